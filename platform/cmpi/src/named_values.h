@@ -1,0 +1,59 @@
+// named_values.h - an ordered list of named stored values: the properties of an instance, the
+// keys of an object path, the arguments of an args object and the entries of a context.
+//
+// Names are matched case-insensitively (CIM names are) and keep the spelling of their first set.
+// Setting an existing name replaces its value in place, so the order is the order of first set.
+#ifndef CMPIINTERFACE_NAMED_VALUES_H
+#define CMPIINTERFACE_NAMED_VALUES_H
+
+#include <string>
+#include <vector>
+
+#include "value.h"
+
+namespace cmpi {
+
+class NamedValues {
+ public:
+  NamedValues() = default;
+  ~NamedValues();
+  NamedValues(const NamedValues &) = delete;
+  NamedValues &operator=(const NamedValues &) = delete;
+
+  // Deep copy of every entry into an empty list. CMPI_RC_OK or the rc of a failing clone (the
+  // target then holds the entries copied so far).
+  CMPIrc copy_from(const NamedValues &other);
+
+  // Stores a copy of the value (copy_in rules) under name. A NULL name gives
+  // CMPI_RC_ERR_INVALID_PARAMETER.
+  CMPIrc set(const char *name, const CMPIValue *value, CMPIType type);
+
+  // The stored datum of name, or nullptr.
+  const CMPIData *find(const char *name) const;
+
+  size_t size() const { return entries_.size(); }
+  const std::string &name_at(size_t index) const { return entries_[index].name; }
+  const CMPIData &at(size_t index) const { return entries_[index].data; }
+
+  // Getter forms: a caller-owned copy (copy_out), or not_found_data() with
+  // CMPI_RC_ERR_NO_SUCH_PROPERTY for a missing name or an index past the end. get_at also hands
+  // out the name as a new CMPIString when name is not NULL (set to NULL when not found).
+  CMPIData get(const char *name, CMPIStatus *rc) const;
+  CMPIData get_at(CMPICount index, CMPIString **name, CMPIStatus *rc) const;
+
+  void clear();
+
+ private:
+  struct Entry {
+    std::string name;
+    CMPIData data;
+  };
+  std::vector<Entry> entries_;
+};
+
+// Case-insensitive comparison of two ASCII names.
+bool same_name(const char *a, const char *b);
+
+}  // namespace cmpi
+
+#endif
