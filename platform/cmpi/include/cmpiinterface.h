@@ -95,10 +95,12 @@ CMPIDateTime *makeNewCMPIDateTimeFromChars(const char *cimDateTime, CMPIStatus *
  * the array pointer (CMPIEnumerationRecord below). */
 CMPIEnumeration *makeNewCMPIEnumeration(CMPIArray *array, CMPIStatus *rc);
 
+#pragma pack(push, 1)
 typedef struct _CMPIEnumerationRecord {
   CMPIArray *array;
   CMPICount cursor;
 } CMPIEnumerationRecord;
+#pragma pack(pop)
 
 /* A new, empty context (entries are added with addEntry). Hosts pass one to providers. */
 CMPIContext *makeNewCMPIContext(CMPIStatus *rc);
