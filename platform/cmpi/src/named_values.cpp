@@ -1,0 +1,137 @@
+// named_values.cpp - the ordered list of named stored values behind instance properties, path
+// keys, method arguments and context entries.
+//
+// Every entry owns its datum (see value.h). No exception leaves this file: allocation failures
+// come back as CMPI_RC_ERR_FAILED.
+#include "named_values.h"
+
+#include <new>
+
+namespace cmpi {
+
+namespace {
+
+char ascii_lower(char c) {
+  return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// A stored datum copied again: the value of a stored datum is a full CMPIValue, so copy_in may
+// read it by the stored type.
+CMPIrc copy_stored(const CMPIData &stored, CMPIData *out) {
+  if ((stored.state & CMPI_nullValue) != 0) {
+    return copy_in(nullptr, stored.type, out);
+  }
+  return copy_in(&stored.value, stored.type, out);
+}
+
+}  // namespace
+
+bool same_name(const char *a, const char *b) {
+  if (a == nullptr || b == nullptr) {
+    return false;
+  }
+  for (; *a != '\0' && *b != '\0'; ++a, ++b) {
+    if (ascii_lower(*a) != ascii_lower(*b)) {
+      return false;
+    }
+  }
+  return *a == '\0' && *b == '\0';
+}
+
+NamedValues::~NamedValues() { clear(); }
+
+void NamedValues::clear() {
+  for (Entry &entry : entries_) {
+    release_data(&entry.data);
+  }
+  entries_.clear();
+}
+
+CMPIrc NamedValues::copy_from(const NamedValues &other) {
+  for (const Entry &entry : other.entries_) {
+    CMPIData copy;
+    const CMPIrc rc = copy_stored(entry.data, &copy);
+    if (rc != CMPI_RC_OK) {
+      return rc;
+    }
+    try {
+      entries_.push_back(Entry{entry.name, copy});
+    } catch (...) {
+      release_data(&copy);
+      return CMPI_RC_ERR_FAILED;
+    }
+  }
+  return CMPI_RC_OK;
+}
+
+CMPIrc NamedValues::set(const char *name, const CMPIValue *value, CMPIType type) {
+  if (name == nullptr) {
+    return CMPI_RC_ERR_INVALID_PARAMETER;
+  }
+  CMPIData copy;
+  const CMPIrc rc = copy_in(value, type, &copy);
+  if (rc != CMPI_RC_OK) {
+    return rc;
+  }
+  for (Entry &entry : entries_) {
+    if (same_name(entry.name.c_str(), name)) {
+      // The copy is taken before the old value goes, so a value read from this very entry
+      // may be set back into it.
+      release_data(&entry.data);
+      entry.data = copy;
+      return CMPI_RC_OK;
+    }
+  }
+  try {
+    entries_.push_back(Entry{name, copy});
+  } catch (...) {
+    release_data(&copy);
+    return CMPI_RC_ERR_FAILED;
+  }
+  return CMPI_RC_OK;
+}
+
+const CMPIData *NamedValues::find(const char *name) const {
+  if (name == nullptr) {
+    return nullptr;
+  }
+  for (const Entry &entry : entries_) {
+    if (same_name(entry.name.c_str(), name)) {
+      return &entry.data;
+    }
+  }
+  return nullptr;
+}
+
+CMPIData NamedValues::get(const char *name, CMPIStatus *rc) const {
+  const CMPIData *stored = find(name);
+  if (stored == nullptr) {
+    set_rc(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    return not_found_data();
+  }
+  set_rc(rc, CMPI_RC_OK);
+  return copy_out(*stored);
+}
+
+CMPIData NamedValues::get_at(CMPICount index, CMPIString **name, CMPIStatus *rc) const {
+  if (name != nullptr) {
+    *name = nullptr;
+  }
+  if (index >= entries_.size()) {
+    set_rc(rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+    return not_found_data();
+  }
+  const Entry &entry = entries_[index];
+  if (name != nullptr) {
+    CMPIStatus st = make_status(CMPI_RC_OK);
+    *name = CreateString(entry.name.c_str(), &st);
+    if (*name == nullptr) {
+      set_rc(rc, st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED);
+      return null_data(entry.data.type);
+    }
+  }
+  set_rc(rc, CMPI_RC_OK);
+  return copy_out(entry.data);
+}
+
+}  // namespace cmpi
