@@ -28,9 +28,13 @@ void append_terminator(char *buf) {
 }  // namespace
 
 void formString(const Json::Value &document, char *buf) {
+  formString(cmpiutility::compact_text(document), buf);
+}
+
+void formString(const std::string &text, char *buf) {
   CMPIU_TRACE_FUNCTION();
   // 8182 leaves room for the terminator and its NUL in the 8192-byte buffer.
-  copy_bounded(buf, cmpiutility::compact_text(document), 8182);
+  copy_bounded(buf, text, 8182);
   CMPIU_TRACE("%s: data received %s Len = %zu", __func__, buf, strlen(buf));
   append_terminator(buf);
 }

@@ -7,13 +7,11 @@
 #ifndef CMPIUTILITY_REQUEST_FRAME_H
 #define CMPIUTILITY_REQUEST_FRAME_H
 
+#include <cmpiutility/request.h>
 #include <json/json.h>
 #include <stdint.h>
 
 #include <string>
-
-// The size of every fixed frame buffer.
-#define FRAME_BUFFER_SIZE 8192
 
 namespace cmpiutility {
 
@@ -25,6 +23,9 @@ inline constexpr char kFrameTerminator[] = "CMPI_EOF";
 // of the text are kept, so the largest frame is 8190 bytes. Logs at level 4
 // "formString: data received <buf> Len = <length>" besides its Enter/Exit traces.
 void formString(const Json::Value &document, char *buf);
+
+// The same for a document already serialised (callers that measured the text first).
+void formString(const std::string &text, char *buf);
 
 // Copies text into buf, a block of size bytes: at most size - 11 characters are kept. With the
 // size the serialisers compute (text length + 12) the whole text is kept and the frame takes
