@@ -41,6 +41,14 @@ const std::set<std::string> kInterface = {
 const std::set<std::string> kImplemented = {
     "getClientReq", "getResponseStruct", "releaseRequestData", "releaseResponseData",
     "_Z25releaseClientResponseDataP10ServerResp",
+    "doSerialization",
+    "_Z15GetProviderNamePKc", "_Z30GetPersistentProviderClassNamev",
+    "_Z25GetPersistentProviderNamev", "_Z23GetProviderUnloadStatusPci",
+    "LocalGetInstance", "CBEnumInstance",
+    "createServersock", "blockServersock", "xselect", "_Z11xsetsockoptiiiPvj", "acceptServer",
+    "serverRecv", "serverSend", "serverAcceptclose", "serverSockclose",
+    "clientConnectServersock", "clientSend", "clientRecv", "clientCloseConnection",
+    "initPriv", "assignBasePriv",
 };
 
 std::string run(const std::string &command) {
