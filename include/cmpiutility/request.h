@@ -33,6 +33,31 @@ extern "C" {
  */
 int doSerialization(ClientReq *req, char *fixedBuf, char **dynBuf);
 
+/*
+ * Provider host side. Parses one request document (the NUL-terminated text of a frame, without
+ * its "CMPI_EOF" terminator) into a new request record made of live CMPI objects:
+ *   COP          the target path with the document's keys; for ASSOCIATORS in the namespace that
+ *                the schema database gives for the class (the document's namespace must still
+ *                be non-empty)
+ *   user         a copy of "Principal"; NULL for an empty principal (logged as INFO, no error)
+ *   CI           MODIFYINST, CREATEINST: the instance from "InstanceProps"
+ *   ArgsIn       INVOKEMETHOD: the arguments from "ArgsIn"
+ *   QueryString  INVOKEMETHOD: "MethodName"; EXECQUERY: "Query" (an empty text gives NULL)
+ *   assocref     ASSOCIATORS: "AssocClass", "ResultClass", "Role", "ResultRole" (an empty text
+ *                stays empty, a missing or null one is NULL) and "RefsOnly"
+ * Every text comes back as a string, whatever CMPI text code it was sent as; boolean arguments,
+ * char16 values and the elements of reference arrays are not carried.
+ * The caller owns the record and releases it with releaseRequestData. Returns NULL after one
+ * level-2 line on any failure; a record built in part is released first. The failures include
+ * text that is not JSON ("'Json parsing failed'", also for a NULL text) and a document that
+ * jsoncpp cannot convert as needed: a document that is not a JSON object, a member of the wrong
+ * JSON type ("RequestType": "x", "DataType": [], a string "Value" where a number belongs), or
+ * nesting deeper than the reader allows. Those are logged as
+ *   ERROR: __doDeserialization#2200: 'Json conversion failed: <reason>'
+ * and never escape as exceptions.
+ */
+ClientReq *doDeserialization(const char *text);
+
 #ifdef __cplusplus
 }
 #endif

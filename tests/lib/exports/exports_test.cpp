@@ -19,7 +19,7 @@ const std::set<std::string> kInterface = {
     "getClientReq", "getResponseStruct", "releaseRequestData", "releaseResponseData",
     "_Z25releaseClientResponseDataP10ServerResp",
     // codecs
-    "doSerialization", "doDeserialization", "serializeResponse", "deserializeResp",
+    "doSerialization", "doDeserialization", "doDeserialization", "serializeResponse", "deserializeResp",
     // response stream
     "CMUtilSETStringTokenize", "CMUtilGETStringTokenize", "CMUtilGETClassStringTokenize",
     "CMUtilCreateInstStringTokenize", "CMUtilInvokeStringTokenize", "CMUtilEnumStringTokenize",
@@ -41,7 +41,7 @@ const std::set<std::string> kInterface = {
 const std::set<std::string> kImplemented = {
     "getClientReq", "getResponseStruct", "releaseRequestData", "releaseResponseData",
     "_Z25releaseClientResponseDataP10ServerResp",
-    "doSerialization",
+    "doSerialization", "doDeserialization",
     "_Z15GetProviderNamePKc", "_Z30GetPersistentProviderClassNamev",
     "_Z25GetPersistentProviderNamev", "_Z23GetProviderUnloadStatusPci",
     "LocalGetInstance", "CBEnumInstance",
