@@ -1,0 +1,48 @@
+// response_codec.h - the class parts of the response codec and the status-code accessors shared
+// by the response codec and the stream layer.
+#ifndef CMPIUTILITY_RESPONSE_RESPONSE_CODEC_H
+#define CMPIUTILITY_RESPONSE_RESPONSE_CODEC_H
+
+#include <cmpiutility/records.h>
+#include <json/json.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <string.h>
+
+// Writes "ClassName", "NameSpace", "PropList", "MethodList" and "MethodParamList" of the class in
+// response->constClass into document. The three lists are the value encodings of the class
+// record's property-name, method-name and method-parameter arrays (their "Value" only); a missing
+// array is written like an empty one. Returns 0, or 1 after one level-2 line:
+//   "__getConstClassProps#671: invalid constClass"               no class in the record
+//   "__getConstClassProps#623: invalid class or namespace"       no class record, name or namespace
+//   "__getConstClassProps#636: const class prop array serialize failed"
+//   "__getConstClassProps#650/664: const class method array serialize failed"
+// Writes "Enter function = getConstClassProps" / "Exit  function = getConstClassProps".
+int getConstClassProps(ServerResp *response, Json::Value &document);
+
+// Builds a class object from the members "ClassName", "NameSpace", "PropList", "MethodList" and
+// "MethodParamList" of document and stores it in response->constClass. Returns 0, or 1 after one
+// level-2 line; on failure nothing is stored and everything built for it is released.
+// Writes "Enter function = createConstClass" / "Exit  function = createConstClass".
+int createConstClass(ServerResp *response, const Json::Value &document);
+
+namespace cmpiutility {
+
+// The return code of a status as the 32-bit number it travels as. Peers may send any 32-bit
+// code, also ones the CMPIrc enumeration does not list, so the code is moved as raw bits and
+// never loaded through the enumeration type.
+inline int32_t status_code(const CMPIStatus &status) {
+  int32_t code;
+  memcpy(&code, reinterpret_cast<const char *>(&status) + offsetof(CMPIStatus, rc), sizeof code);
+  return code;
+}
+
+inline void set_status_code(CMPIStatus *status, int32_t code) {
+  memcpy(reinterpret_cast<char *>(status) + offsetof(CMPIStatus, rc), &code, sizeof code);
+}
+
+static_assert(sizeof(CMPIrc) == sizeof(int32_t), "CMPIrc travels as a 32-bit code");
+
+}  // namespace cmpiutility
+
+#endif  // CMPIUTILITY_RESPONSE_RESPONSE_CODEC_H
