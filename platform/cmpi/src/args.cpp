@@ -3,116 +3,51 @@
 // addArg copies what it is given (adding a name that is already there replaces its value in
 // place); getArg and getArgAt hand out caller-owned copies, and getArgAt the name as a new
 // CMPIString.
-#include <new>
-
 #include "named_values.h"
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
 namespace {
 
 using cmpi::make_status;
-using cmpi::set_rc;
 
 struct ArgsImpl {
   CMPIArgs object;
   cmpi::NamedValues args;
 };
 
-ArgsImpl *impl_of(const CMPIArgs *as) {
-  if (as == nullptr || as->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<ArgsImpl *>(as->hdl);
-}
+cmpi::NamedValues *args_of(const CMPIArgs *as) { return cmpi::member_of(as, &ArgsImpl::args); }
 
 // An args object given as an argument must be one of ours, since its entries are read directly.
 ArgsImpl *our_args(const CMPIArgs *as) {
-  if (as == nullptr || as->ft != cmpi::args_table()) {
-    return nullptr;
-  }
-  return impl_of(as);
+  return cmpi::our_impl<ArgsImpl>(as, cmpi::args_table());
 }
 
-ArgsImpl *new_impl() {
-  ArgsImpl *impl = new (std::nothrow) ArgsImpl();
-  if (impl == nullptr) {
-    return nullptr;
-  }
-  impl->object.hdl = impl;
-  impl->object.ft = const_cast<CMPIArgsFT *>(cmpi::args_table());
-  return impl;
-}
-
-CMPIStatus args_release(CMPIArgs *as) {
-  ArgsImpl *impl = impl_of(as);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  delete impl;
-  return make_status(CMPI_RC_OK);
-}
+CMPIStatus args_release(CMPIArgs *as) { return cmpi::release_impl<ArgsImpl>(as); }
 
 CMPIArgs *args_clone(const CMPIArgs *as, CMPIStatus *rc) {
-  const ArgsImpl *impl = impl_of(as);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  ArgsImpl *copy = new_impl();
-  if (copy == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
-  const CMPIrc code = copy->args.copy_from(impl->args);
-  if (code != CMPI_RC_OK) {
-    delete copy;
-    set_rc(rc, code);
-    return nullptr;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return &copy->object;
+  return cmpi::clone_impl<ArgsImpl>(
+      as, cmpi::args_table(), rc,
+      [](const ArgsImpl &from, ArgsImpl *to) { return to->args.copy_from(from.args); });
 }
 
 CMPIStatus args_add_arg(const CMPIArgs *as, const char *name, const CMPIValue *value,
                         const CMPIType type) {
-  ArgsImpl *impl = impl_of(as);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  return make_status(impl->args.set(name, value, type));
+  return cmpi::set_in(args_of(as), name, value, type);
 }
 
 CMPIData args_get_arg(const CMPIArgs *as, const char *name, CMPIStatus *rc) {
-  const ArgsImpl *impl = impl_of(as);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return cmpi::null_data(CMPI_null);
-  }
-  return impl->args.get(name, rc);
+  return cmpi::get_in(args_of(as), name, rc);
 }
 
 CMPIData args_get_arg_at(const CMPIArgs *as, CMPICount index, CMPIString **name,
                          CMPIStatus *rc) {
-  const ArgsImpl *impl = impl_of(as);
-  if (impl == nullptr) {
-    if (name != nullptr) {
-      *name = nullptr;
-    }
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return cmpi::null_data(CMPI_null);
-  }
-  return impl->args.get_at(index, name, rc);
+  return cmpi::get_at_in(args_of(as), index, name, rc);
 }
 
 CMPICount args_get_arg_count(const CMPIArgs *as, CMPIStatus *rc) {
-  const ArgsImpl *impl = impl_of(as);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return 0;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return static_cast<CMPICount>(impl->args.size());
+  return cmpi::count_in(args_of(as), rc);
 }
 
 const CMPIArgsFT args_ft = {
@@ -129,13 +64,7 @@ const CMPIArgsFT *args_table() { return &args_ft; }
 }  // namespace cmpi
 
 extern "C" CMPIArgs *makeNewCMPIArgs(CMPIStatus *rc) {
-  ArgsImpl *impl = new_impl();
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return &impl->object;
+  return cmpi::made(cmpi::new_impl<ArgsImpl>(cmpi::args_table()), rc);
 }
 
 // Every argument of source is set into target (same names replace); a failing argument does not

@@ -14,6 +14,7 @@
 #include <new>
 #include <vector>
 
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
@@ -25,12 +26,7 @@ struct ArrayImpl {
   std::vector<CMPIData> elements;
 };
 
-ArrayImpl *impl_of(const CMPIArray *ar) {
-  if (ar == nullptr || ar->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<ArrayImpl *>(ar->hdl);
-}
+ArrayImpl *impl_of(const CMPIArray *ar) { return cmpi::impl_of<ArrayImpl>(ar); }
 
 // Element types an array can be made with: CMPI_null (untyped) or any type whose array form
 // this platform holds.
@@ -190,13 +186,10 @@ CMPIArrayFT array_ft = {
 };
 
 ArrayImpl *new_impl(CMPIType element_type) {
-  ArrayImpl *impl = new (std::nothrow) ArrayImpl;
-  if (impl == nullptr) {
-    return nullptr;
+  ArrayImpl *impl = cmpi::new_impl<ArrayImpl>(&array_ft);
+  if (impl != nullptr) {
+    impl->element_type = element_type;
   }
-  impl->object.hdl = impl;
-  impl->object.ft = &array_ft;
-  impl->element_type = element_type;
   return impl;
 }
 

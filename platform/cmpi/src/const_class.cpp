@@ -70,7 +70,7 @@ CMPIrc copy_array(const CMPIArray *array, CMPIArray **out) {
   CMPIStatus st = make_status(CMPI_RC_OK);
   *out = array->ft->clone(array, &st);
   if (*out == nullptr) {
-    return st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED;
+    return cmpi::rc_of_failed_clone(st);
   }
   return CMPI_RC_OK;
 }

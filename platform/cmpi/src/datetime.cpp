@@ -9,9 +9,8 @@
 //    length). A point in time before the epoch has no such value: 0 with CMPI_RC_ERR_FAILED.
 #include <algorithm>
 #include <ctime>
-#include <new>
-
 #include "datetime_text.h"
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
@@ -25,41 +24,21 @@ struct DateTimeImpl {
   char text[cmpi::kDateTimeTextLength + 1];
 };
 
-DateTimeImpl *impl_of(const CMPIDateTime *dt) {
-  if (dt == nullptr || dt->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<DateTimeImpl *>(dt->hdl);
-}
+DateTimeImpl *impl_of(const CMPIDateTime *dt) { return cmpi::impl_of<DateTimeImpl>(dt); }
 
-DateTimeImpl *new_impl();
+DateTimeImpl *new_record() { return cmpi::new_impl<DateTimeImpl>(cmpi::datetime_table()); }
 
-CMPIStatus datetime_release(CMPIDateTime *dt) {
-  DateTimeImpl *impl = impl_of(dt);
-  if (impl == nullptr) {
-    return cmpi::make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  delete impl;
-  return cmpi::make_status(CMPI_RC_OK);
-}
+CMPIStatus datetime_release(CMPIDateTime *dt) { return cmpi::release_impl<DateTimeImpl>(dt); }
 
 CMPIDateTime *datetime_clone(const CMPIDateTime *dt, CMPIStatus *rc) {
-  const DateTimeImpl *impl = impl_of(dt);
-  if (impl == nullptr) {
-    cmpi::set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  DateTimeImpl *copy = new_impl();
-  if (copy == nullptr) {
-    cmpi::set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
-  copy->interval = impl->interval;
-  copy->has_binary = impl->has_binary;
-  copy->binary = impl->binary;
-  std::copy(impl->text, impl->text + sizeof(impl->text), copy->text);
-  cmpi::set_rc(rc, CMPI_RC_OK);
-  return &copy->object;
+  return cmpi::clone_impl<DateTimeImpl>(
+      dt, cmpi::datetime_table(), rc, [](const DateTimeImpl &from, DateTimeImpl *to) {
+        to->interval = from.interval;
+        to->has_binary = from.has_binary;
+        to->binary = from.binary;
+        std::copy(from.text, from.text + sizeof(from.text), to->text);
+        return CMPI_RC_OK;
+      });
 }
 
 CMPIUint64 datetime_get_binary_format(const CMPIDateTime *dt, CMPIStatus *rc) {
@@ -100,15 +79,6 @@ CMPIDateTimeFT datetime_ft = {
     datetime_get_binary_format, datetime_get_string_format, datetime_is_interval,
 };
 
-DateTimeImpl *new_impl() {
-  DateTimeImpl *impl = new (std::nothrow) DateTimeImpl();
-  if (impl != nullptr) {
-    impl->object.hdl = impl;
-    impl->object.ft = &datetime_ft;
-  }
-  return impl;
-}
-
 }  // namespace
 
 namespace cmpi {
@@ -121,7 +91,7 @@ CMPIDateTime *new_datetime_from_binary(CMPIUint64 microseconds, bool interval, C
     set_rc(rc, CMPI_RC_ERR_INVALID_PARAMETER);
     return nullptr;
   }
-  DateTimeImpl *impl = new_impl();
+  DateTimeImpl *impl = new_record();
   if (impl == nullptr) {
     set_rc(rc, CMPI_RC_ERR_FAILED);
     return nullptr;
@@ -153,7 +123,7 @@ extern "C" CMPIDateTime *makeNewCMPIDateTimeFromChars(const char *cimDateTime, C
     cmpi::set_rc(rc, CMPI_RC_ERR_INVALID_PARAMETER);
     return nullptr;
   }
-  DateTimeImpl *impl = new_impl();
+  DateTimeImpl *impl = new_record();
   if (impl == nullptr) {
     cmpi::set_rc(rc, CMPI_RC_ERR_FAILED);
     return nullptr;

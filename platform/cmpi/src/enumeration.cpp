@@ -66,7 +66,7 @@ CMPIEnumeration *enumeration_clone(const CMPIEnumeration *en, CMPIStatus *rc) {
     CMPIStatus st = cmpi::make_status(CMPI_RC_OK);
     array = record->array->ft->clone(record->array, &st);
     if (array == nullptr) {
-      cmpi::set_rc(rc, st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED);
+      cmpi::set_rc(rc, cmpi::rc_of_failed_clone(st));
       return nullptr;
     }
   }

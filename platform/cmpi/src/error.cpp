@@ -3,10 +3,10 @@
 // Texts and arrays given to setters are copied; the getters hand out new CMPIString and
 // CMPIArray objects that the caller releases, or NULL (with CMPI_RC_OK) for a part that was
 // never set. Setting a NULL text or array unsets that part. clone copies everything.
-#include <new>
 #include <optional>
 #include <string>
 
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
@@ -46,36 +46,7 @@ struct ErrorImpl {
   }
 };
 
-ErrorImpl *impl_of(const CMPIError *er) {
-  if (er == nullptr || er->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<ErrorImpl *>(er->hdl);
-}
-
-ErrorImpl *new_impl() {
-  ErrorImpl *impl = new (std::nothrow) ErrorImpl();
-  if (impl == nullptr) {
-    return nullptr;
-  }
-  impl->object.hdl = impl;
-  impl->object.ft = const_cast<CMPIErrorFT *>(cmpi::error_table());
-  return impl;
-}
-
-// NULL text unsets the part.
-CMPIrc store_text(std::optional<std::string> *part, const char *text) {
-  try {
-    if (text == nullptr) {
-      part->reset();
-    } else {
-      *part = std::string(text);
-    }
-  } catch (...) {
-    return CMPI_RC_ERR_FAILED;
-  }
-  return CMPI_RC_OK;
-}
+ErrorImpl *impl_of(const CMPIError *er) { return cmpi::impl_of<ErrorImpl>(er); }
 
 // A clone of an optional array (NULL copies as NULL).
 CMPIrc copy_array(const CMPIArray *array, CMPIArray **out) {
@@ -89,7 +60,7 @@ CMPIrc copy_array(const CMPIArray *array, CMPIArray **out) {
   CMPIStatus st = make_status(CMPI_RC_OK);
   *out = array->ft->clone(array, &st);
   if (*out == nullptr) {
-    return st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED;
+    return cmpi::rc_of_failed_clone(st);
   }
   return CMPI_RC_OK;
 }
@@ -108,71 +79,41 @@ CMPIStatus store_array(CMPIArray **part, const CMPIArray *array) {
   return make_status(CMPI_RC_OK);
 }
 
-CMPIString *text_out(const std::optional<std::string> &part, CMPIStatus *rc) {
-  if (!part.has_value()) {
-    set_rc(rc, CMPI_RC_OK);
-    return nullptr;
-  }
-  return CreateString(part->c_str(), rc);
-}
-
 CMPIArray *array_out(const CMPIArray *array, CMPIStatus *rc) {
   CMPIArray *copy = nullptr;
   set_rc(rc, copy_array(array, &copy));
   return copy;
 }
 
-CMPIStatus err_release(CMPIError *er) {
-  ErrorImpl *impl = impl_of(er);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
+CMPIStatus err_release(CMPIError *er) { return cmpi::release_impl<ErrorImpl>(er); }
+
+CMPIrc copy_parts(const ErrorImpl &from, ErrorImpl *to) {
+  try {
+    to->error_type = from.error_type;
+    to->other_error_type = from.other_error_type;
+    to->owning_entity = from.owning_entity;
+    to->message_id = from.message_id;
+    to->message = from.message;
+    to->severity = from.severity;
+    to->probable_cause = from.probable_cause;
+    to->probable_cause_description = from.probable_cause_description;
+    to->error_source = from.error_source;
+    to->error_source_format = from.error_source_format;
+    to->other_error_source_format = from.other_error_source_format;
+    to->cim_status_code = from.cim_status_code;
+    to->cim_status_code_description = from.cim_status_code_description;
+  } catch (...) {
+    return CMPI_RC_ERR_FAILED;
   }
-  delete impl;
-  return make_status(CMPI_RC_OK);
+  CMPIrc code = copy_array(from.recommended_actions, &to->recommended_actions);
+  if (code == CMPI_RC_OK) {
+    code = copy_array(from.message_arguments, &to->message_arguments);
+  }
+  return code;
 }
 
 CMPIError *err_clone(const CMPIError *er, CMPIStatus *rc) {
-  const ErrorImpl *impl = impl_of(er);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  ErrorImpl *copy = new_impl();
-  if (copy == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
-  CMPIrc code = CMPI_RC_OK;
-  try {
-    copy->error_type = impl->error_type;
-    copy->other_error_type = impl->other_error_type;
-    copy->owning_entity = impl->owning_entity;
-    copy->message_id = impl->message_id;
-    copy->message = impl->message;
-    copy->severity = impl->severity;
-    copy->probable_cause = impl->probable_cause;
-    copy->probable_cause_description = impl->probable_cause_description;
-    copy->error_source = impl->error_source;
-    copy->error_source_format = impl->error_source_format;
-    copy->other_error_source_format = impl->other_error_source_format;
-    copy->cim_status_code = impl->cim_status_code;
-    copy->cim_status_code_description = impl->cim_status_code_description;
-  } catch (...) {
-    code = CMPI_RC_ERR_FAILED;
-  }
-  if (code == CMPI_RC_OK) {
-    code = copy_array(impl->recommended_actions, &copy->recommended_actions);
-  }
-  if (code == CMPI_RC_OK) {
-    code = copy_array(impl->message_arguments, &copy->message_arguments);
-  }
-  if (code != CMPI_RC_OK) {
-    delete copy;
-    set_rc(rc, code);
-    return nullptr;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return &copy->object;
+  return cmpi::clone_impl<ErrorImpl>(er, cmpi::error_table(), rc, copy_parts);
 }
 
 // Getters of plain fields: the field, or fallback with CMPI_RC_ERR_INVALID_HANDLE.
@@ -185,16 +126,6 @@ T field_out(const CMPIError *er, CMPIStatus *rc, T ErrorImpl::*field, T fallback
   }
   set_rc(rc, CMPI_RC_OK);
   return impl->*field;
-}
-
-CMPIString *text_field_out(const CMPIError *er, CMPIStatus *rc,
-                           std::optional<std::string> ErrorImpl::*field) {
-  const ErrorImpl *impl = impl_of(er);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  return text_out(impl->*field, rc);
 }
 
 CMPIArray *array_field_out(const CMPIError *er, CMPIStatus *rc, CMPIArray *ErrorImpl::*field) {
@@ -216,15 +147,6 @@ CMPIStatus field_in(CMPIError *er, T ErrorImpl::*field, T value) {
   return make_status(CMPI_RC_OK);
 }
 
-CMPIStatus text_field_in(CMPIError *er, std::optional<std::string> ErrorImpl::*field,
-                         const char *text) {
-  ErrorImpl *impl = impl_of(er);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  return make_status(store_text(&(impl->*field), text));
-}
-
 CMPIStatus array_field_in(CMPIError *er, CMPIArray *ErrorImpl::*field, const CMPIArray *array) {
   ErrorImpl *impl = impl_of(er);
   if (impl == nullptr) {
@@ -237,16 +159,16 @@ CMPIErrorType err_get_error_type(const CMPIError *er, CMPIStatus *rc) {
   return field_out(er, rc, &ErrorImpl::error_type, UnknownErrorType);
 }
 CMPIString *err_get_other_error_type(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::other_error_type);
+  return cmpi::text_part_out(er, &ErrorImpl::other_error_type, rc);
 }
 CMPIString *err_get_owning_entity(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::owning_entity);
+  return cmpi::text_part_out(er, &ErrorImpl::owning_entity, rc);
 }
 CMPIString *err_get_message_id(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::message_id);
+  return cmpi::text_part_out(er, &ErrorImpl::message_id, rc);
 }
 CMPIString *err_get_message(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::message);
+  return cmpi::text_part_out(er, &ErrorImpl::message, rc);
 }
 CMPIErrorSeverity err_get_perceived_severity(const CMPIError *er, CMPIStatus *rc) {
   return field_out(er, rc, &ErrorImpl::severity, ErrorSevUnknown);
@@ -255,25 +177,25 @@ CMPIErrorProbableCause err_get_probable_cause(const CMPIError *er, CMPIStatus *r
   return field_out(er, rc, &ErrorImpl::probable_cause, ErrorProbCauseUnknown);
 }
 CMPIString *err_get_probable_cause_description(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::probable_cause_description);
+  return cmpi::text_part_out(er, &ErrorImpl::probable_cause_description, rc);
 }
 CMPIArray *err_get_recommended_actions(const CMPIError *er, CMPIStatus *rc) {
   return array_field_out(er, rc, &ErrorImpl::recommended_actions);
 }
 CMPIString *err_get_error_source(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::error_source);
+  return cmpi::text_part_out(er, &ErrorImpl::error_source, rc);
 }
 CMPIErrorSrcFormat err_get_error_source_format(const CMPIError *er, CMPIStatus *rc) {
   return field_out(er, rc, &ErrorImpl::error_source_format, CMPIErrSrcUnknown);
 }
 CMPIString *err_get_other_error_source_format(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::other_error_source_format);
+  return cmpi::text_part_out(er, &ErrorImpl::other_error_source_format, rc);
 }
 CMPIrc err_get_cim_status_code(const CMPIError *er, CMPIStatus *rc) {
   return field_out(er, rc, &ErrorImpl::cim_status_code, CMPI_RC_OK);
 }
 CMPIString *err_get_cim_status_code_description(const CMPIError *er, CMPIStatus *rc) {
-  return text_field_out(er, rc, &ErrorImpl::cim_status_code_description);
+  return cmpi::text_part_out(er, &ErrorImpl::cim_status_code_description, rc);
 }
 CMPIArray *err_get_message_arguments(const CMPIError *er, CMPIStatus *rc) {
   return array_field_out(er, rc, &ErrorImpl::message_arguments);
@@ -283,25 +205,25 @@ CMPIStatus err_set_error_type(CMPIError *er, const CMPIErrorType et) {
   return field_in(er, &ErrorImpl::error_type, et);
 }
 CMPIStatus err_set_other_error_type(CMPIError *er, const char *ot) {
-  return text_field_in(er, &ErrorImpl::other_error_type, ot);
+  return cmpi::text_part_in(er, &ErrorImpl::other_error_type, ot);
 }
 CMPIStatus err_set_probable_cause_description(CMPIError *er, const char *pcd) {
-  return text_field_in(er, &ErrorImpl::probable_cause_description, pcd);
+  return cmpi::text_part_in(er, &ErrorImpl::probable_cause_description, pcd);
 }
 CMPIStatus err_set_recommended_actions(CMPIError *er, const CMPIArray *ra) {
   return array_field_in(er, &ErrorImpl::recommended_actions, ra);
 }
 CMPIStatus err_set_error_source(CMPIError *er, const char *es) {
-  return text_field_in(er, &ErrorImpl::error_source, es);
+  return cmpi::text_part_in(er, &ErrorImpl::error_source, es);
 }
 CMPIStatus err_set_error_source_format(CMPIError *er, const CMPIErrorSrcFormat esf) {
   return field_in(er, &ErrorImpl::error_source_format, esf);
 }
 CMPIStatus err_set_other_error_source_format(CMPIError *er, const char *oesf) {
-  return text_field_in(er, &ErrorImpl::other_error_source_format, oesf);
+  return cmpi::text_part_in(er, &ErrorImpl::other_error_source_format, oesf);
 }
 CMPIStatus err_set_cim_status_code_description(CMPIError *er, const char *scd) {
-  return text_field_in(er, &ErrorImpl::cim_status_code_description, scd);
+  return cmpi::text_part_in(er, &ErrorImpl::cim_status_code_description, scd);
 }
 CMPIStatus err_set_message_arguments(CMPIError *er, CMPIArray *values) {
   return array_field_in(er, &ErrorImpl::message_arguments, values);
@@ -347,7 +269,7 @@ const CMPIErrorFT *error_table() { return &error_ft; }
 // starts UnknownErrorType and the error source format CMPIErrSrcUnknown.
 CMPIError *new_error(const char *owner, const char *msgID, const char *msg, CMPIErrorSeverity sev,
                      CMPIErrorProbableCause pc, CMPIrc cimStatusCode, CMPIStatus *rc) {
-  ErrorImpl *impl = new_impl();
+  ErrorImpl *impl = new_impl<ErrorImpl>(error_table());
   if (impl == nullptr) {
     set_rc(rc, CMPI_RC_ERR_FAILED);
     return nullptr;

@@ -4,11 +4,11 @@
 // Setters copy what they are given. getObjectPath hands out a new path the caller releases,
 // and property values come out as caller-owned copies. Setting a property that is also a key
 // of the instance's path updates that key too, so the two never disagree.
-#include <new>
 #include <string>
 #include <vector>
 
 #include "named_values.h"
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
@@ -31,11 +31,10 @@ struct InstanceImpl {
   }
 };
 
-InstanceImpl *impl_of(const CMPIInstance *inst) {
-  if (inst == nullptr || inst->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<InstanceImpl *>(inst->hdl);
+InstanceImpl *impl_of(const CMPIInstance *inst) { return cmpi::impl_of<InstanceImpl>(inst); }
+
+cmpi::NamedValues *properties_of(const CMPIInstance *inst) {
+  return cmpi::member_of(inst, &InstanceImpl::properties);
 }
 
 bool is_our_path(const CMPIObjectPath *op) {
@@ -47,22 +46,14 @@ CMPIObjectPath *clone_path(const CMPIObjectPath *op, CMPIrc *code) {
   CMPIStatus st = make_status(CMPI_RC_OK);
   CMPIObjectPath *copy = op->ft->clone(op, &st);
   if (copy == nullptr) {
-    *code = st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED;
+    *code = cmpi::rc_of_failed_clone(st);
     return nullptr;
   }
   *code = CMPI_RC_OK;
   return copy;
 }
 
-InstanceImpl *new_impl() {
-  InstanceImpl *impl = new (std::nothrow) InstanceImpl();
-  if (impl == nullptr) {
-    return nullptr;
-  }
-  impl->object.hdl = impl;
-  impl->object.ft = const_cast<CMPIInstanceFT *>(cmpi::instance_table());
-  return impl;
-}
+InstanceImpl *new_impl() { return cmpi::new_impl<InstanceImpl>(cmpi::instance_table()); }
 
 bool accepts(const InstanceImpl &impl, const char *name) {
   if (!impl.filtered) {
@@ -92,78 +83,40 @@ void update_key(const InstanceImpl &impl, const char *name, const CMPIValue *val
   path->ft->addKey(path, name, value, type);
 }
 
-CMPIStatus inst_release(CMPIInstance *inst) {
-  InstanceImpl *impl = impl_of(inst);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  delete impl;
-  return make_status(CMPI_RC_OK);
-}
+CMPIStatus inst_release(CMPIInstance *inst) { return cmpi::release_impl<InstanceImpl>(inst); }
 
-CMPIInstance *inst_clone(const CMPIInstance *inst, CMPIStatus *rc) {
-  const InstanceImpl *impl = impl_of(inst);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  InstanceImpl *copy = new_impl();
-  if (copy == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
+CMPIrc copy_parts(const InstanceImpl &from, InstanceImpl *to) {
   CMPIrc code = CMPI_RC_OK;
-  copy->path = clone_path(impl->path, &code);
+  to->path = clone_path(from.path, &code);
   if (code == CMPI_RC_OK) {
-    code = copy->properties.copy_from(impl->properties);
+    code = to->properties.copy_from(from.properties);
   }
   if (code == CMPI_RC_OK) {
     try {
-      copy->filtered = impl->filtered;
-      copy->accepted = impl->accepted;
+      to->filtered = from.filtered;
+      to->accepted = from.accepted;
     } catch (...) {
       code = CMPI_RC_ERR_FAILED;
     }
   }
-  if (code != CMPI_RC_OK) {
-    delete copy;
-    set_rc(rc, code);
-    return nullptr;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return &copy->object;
+  return code;
+}
+
+CMPIInstance *inst_clone(const CMPIInstance *inst, CMPIStatus *rc) {
+  return cmpi::clone_impl<InstanceImpl>(inst, cmpi::instance_table(), rc, copy_parts);
 }
 
 CMPIData inst_get_property(const CMPIInstance *inst, const char *name, CMPIStatus *rc) {
-  const InstanceImpl *impl = impl_of(inst);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return cmpi::null_data(CMPI_null);
-  }
-  return impl->properties.get(name, rc);
+  return cmpi::get_in(properties_of(inst), name, rc);
 }
 
 CMPIData inst_get_property_at(const CMPIInstance *inst, CMPICount index, CMPIString **name,
                               CMPIStatus *rc) {
-  const InstanceImpl *impl = impl_of(inst);
-  if (impl == nullptr) {
-    if (name != nullptr) {
-      *name = nullptr;
-    }
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return cmpi::null_data(CMPI_null);
-  }
-  return impl->properties.get_at(index, name, rc);
+  return cmpi::get_at_in(properties_of(inst), index, name, rc);
 }
 
 CMPICount inst_get_property_count(const CMPIInstance *inst, CMPIStatus *rc) {
-  const InstanceImpl *impl = impl_of(inst);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return 0;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return static_cast<CMPICount>(impl->properties.size());
+  return cmpi::count_in(properties_of(inst), rc);
 }
 
 CMPIStatus inst_set_property(const CMPIInstance *inst, const char *name, const CMPIValue *value,

@@ -126,12 +126,67 @@ CMPIData NamedValues::get_at(CMPICount index, CMPIString **name, CMPIStatus *rc)
     CMPIStatus st = make_status(CMPI_RC_OK);
     *name = CreateString(entry.name.c_str(), &st);
     if (*name == nullptr) {
-      set_rc(rc, st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED);
+      set_rc(rc, rc_of_failed_clone(st));
       return null_data(entry.data.type);
     }
   }
   set_rc(rc, CMPI_RC_OK);
   return copy_out(entry.data);
+}
+
+namespace {
+
+// A datum handed out by a get: when found (st is CMPI_RC_OK) with also_state added.
+CMPIData found_with(CMPIData data, const CMPIStatus &st, CMPIValueState also_state,
+                    CMPIStatus *rc) {
+  if (st.rc == CMPI_RC_OK) {
+    data.state = static_cast<CMPIValueState>(data.state | also_state);
+  }
+  set_rc(rc, st.rc);
+  return data;
+}
+
+}  // namespace
+
+CMPIData get_in(const NamedValues *list, const char *name, CMPIStatus *rc,
+                CMPIValueState also_state) {
+  if (list == nullptr) {
+    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
+    return null_data(CMPI_null);
+  }
+  CMPIStatus st = make_status(CMPI_RC_OK);
+  const CMPIData data = list->get(name, &st);
+  return found_with(data, st, also_state, rc);
+}
+
+CMPIData get_at_in(const NamedValues *list, CMPICount index, CMPIString **name, CMPIStatus *rc,
+                   CMPIValueState also_state) {
+  if (list == nullptr) {
+    if (name != nullptr) {
+      *name = nullptr;
+    }
+    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
+    return null_data(CMPI_null);
+  }
+  CMPIStatus st = make_status(CMPI_RC_OK);
+  const CMPIData data = list->get_at(index, name, &st);
+  return found_with(data, st, also_state, rc);
+}
+
+CMPICount count_in(const NamedValues *list, CMPIStatus *rc) {
+  if (list == nullptr) {
+    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
+    return 0;
+  }
+  set_rc(rc, CMPI_RC_OK);
+  return static_cast<CMPICount>(list->size());
+}
+
+CMPIStatus set_in(NamedValues *list, const char *name, const CMPIValue *value, CMPIType type) {
+  if (list == nullptr) {
+    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
+  }
+  return make_status(list->set(name, value, type));
 }
 
 }  // namespace cmpi

@@ -54,6 +54,18 @@ class NamedValues {
 // Case-insensitive comparison of two ASCII names.
 bool same_name(const char *a, const char *b);
 
+// The slots every holder of a list shares: get, getAt, count and add (getArg, getEntryAt,
+// getPropertyCount, getKey, addArg, ...). list is the holder's list, or nullptr when the holder
+// or its handle is NULL, which is answered with CMPI_RC_ERR_INVALID_HANDLE: a null datum of
+// type CMPI_null (and a NULL name), a count of 0, nothing stored. A datum found reads with the
+// state bits also_state added (CMPI_keyValue for keys).
+CMPIData get_in(const NamedValues *list, const char *name, CMPIStatus *rc,
+                CMPIValueState also_state = CMPI_goodValue);
+CMPIData get_at_in(const NamedValues *list, CMPICount index, CMPIString **name, CMPIStatus *rc,
+                   CMPIValueState also_state = CMPI_goodValue);
+CMPICount count_in(const NamedValues *list, CMPIStatus *rc);
+CMPIStatus set_in(NamedValues *list, const char *name, const CMPIValue *value, CMPIType type);
+
 }  // namespace cmpi
 
 #endif

@@ -7,11 +7,11 @@
 //   namespace:Class.key=value,key=value
 // with no host part, no quotes and no escaping, keys in the order they were first added.
 #include <cstdlib>
-#include <new>
 #include <optional>
 #include <string>
 
 #include "named_values.h"
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
@@ -28,141 +28,56 @@ struct ObjectPathImpl {
   cmpi::NamedValues keys;
 };
 
-ObjectPathImpl *impl_of(const CMPIObjectPath *op) {
-  if (op == nullptr || op->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<ObjectPathImpl *>(op->hdl);
+ObjectPathImpl *impl_of(const CMPIObjectPath *op) { return cmpi::impl_of<ObjectPathImpl>(op); }
+
+cmpi::NamedValues *keys_of(const CMPIObjectPath *op) {
+  return cmpi::member_of(op, &ObjectPathImpl::keys);
 }
 
 // A path given as an argument must be one of ours, since its parts are read directly.
 ObjectPathImpl *our_path(const CMPIObjectPath *op) {
-  if (op == nullptr || op->ft != cmpi::object_path_table()) {
-    return nullptr;
-  }
-  return impl_of(op);
+  return cmpi::our_impl<ObjectPathImpl>(op, cmpi::object_path_table());
 }
 
-ObjectPathImpl *new_impl() {
-  ObjectPathImpl *impl = new (std::nothrow) ObjectPathImpl();
-  if (impl == nullptr) {
-    return nullptr;
-  }
-  impl->object.hdl = impl;
-  impl->object.ft = const_cast<CMPIObjectPathFT *>(cmpi::object_path_table());
-  return impl;
-}
+CMPIStatus op_release(CMPIObjectPath *op) { return cmpi::release_impl<ObjectPathImpl>(op); }
 
-// Stores text into a part; NULL text unsets it.
-CMPIStatus set_part(std::optional<std::string> *part, const char *text) {
+CMPIrc copy_parts(const ObjectPathImpl &from, ObjectPathImpl *to) {
   try {
-    if (text == nullptr) {
-      part->reset();
-    } else {
-      *part = std::string(text);
-    }
+    to->host = from.host;
+    to->name_space = from.name_space;
+    to->class_name = from.class_name;
+    return to->keys.copy_from(from.keys);
   } catch (...) {
-    return make_status(CMPI_RC_ERR_FAILED);
+    return CMPI_RC_ERR_FAILED;
   }
-  return make_status(CMPI_RC_OK);
-}
-
-// A part handed out as a new string; NULL (with CMPI_RC_OK) when it was never set.
-CMPIString *get_part(const std::optional<std::string> &part, CMPIStatus *rc) {
-  if (!part.has_value()) {
-    set_rc(rc, CMPI_RC_OK);
-    return nullptr;
-  }
-  return CreateString(part->c_str(), rc);
-}
-
-CMPIStatus op_release(CMPIObjectPath *op) {
-  ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  delete impl;
-  return make_status(CMPI_RC_OK);
 }
 
 CMPIObjectPath *op_clone(const CMPIObjectPath *op, CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  ObjectPathImpl *copy = new_impl();
-  if (copy == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
-  CMPIrc code = CMPI_RC_OK;
-  try {
-    copy->host = impl->host;
-    copy->name_space = impl->name_space;
-    copy->class_name = impl->class_name;
-    code = copy->keys.copy_from(impl->keys);
-  } catch (...) {
-    code = CMPI_RC_ERR_FAILED;
-  }
-  if (code != CMPI_RC_OK) {
-    delete copy;
-    set_rc(rc, code);
-    return nullptr;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return &copy->object;
+  return cmpi::clone_impl<ObjectPathImpl>(op, cmpi::object_path_table(), rc, copy_parts);
 }
 
 CMPIStatus op_set_name_space(CMPIObjectPath *op, const char *ns) {
-  ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  return set_part(&impl->name_space, ns);
+  return cmpi::text_part_in(op, &ObjectPathImpl::name_space, ns);
 }
 
 CMPIString *op_get_name_space(const CMPIObjectPath *op, CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  return get_part(impl->name_space, rc);
+  return cmpi::text_part_out(op, &ObjectPathImpl::name_space, rc);
 }
 
 CMPIStatus op_set_hostname(CMPIObjectPath *op, const char *hn) {
-  ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  return set_part(&impl->host, hn);
+  return cmpi::text_part_in(op, &ObjectPathImpl::host, hn);
 }
 
 CMPIString *op_get_hostname(const CMPIObjectPath *op, CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  return get_part(impl->host, rc);
+  return cmpi::text_part_out(op, &ObjectPathImpl::host, rc);
 }
 
 CMPIStatus op_set_class_name(CMPIObjectPath *op, const char *cn) {
-  ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    return make_status(CMPI_RC_ERR_INVALID_HANDLE);
-  }
-  return set_part(&impl->class_name, cn);
+  return cmpi::text_part_in(op, &ObjectPathImpl::class_name, cn);
 }
 
 CMPIString *op_get_class_name(const CMPIObjectPath *op, CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return nullptr;
-  }
-  return get_part(impl->class_name, rc);
+  return cmpi::text_part_out(op, &ObjectPathImpl::class_name, rc);
 }
 
 CMPIStatus op_add_key(CMPIObjectPath *op, const char *name, const CMPIValue *value,
@@ -190,47 +105,16 @@ CMPIStatus op_add_key(CMPIObjectPath *op, const char *name, const CMPIValue *val
 }
 
 CMPIData op_get_key(const CMPIObjectPath *op, const char *name, CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return cmpi::null_data(CMPI_null);
-  }
-  CMPIStatus st = make_status(CMPI_RC_OK);
-  CMPIData data = impl->keys.get(name, &st);
-  if (st.rc == CMPI_RC_OK) {
-    data.state = static_cast<CMPIValueState>(data.state | CMPI_keyValue);
-  }
-  set_rc(rc, st.rc);
-  return data;
+  return cmpi::get_in(keys_of(op), name, rc, CMPI_keyValue);
 }
 
 CMPIData op_get_key_at(const CMPIObjectPath *op, CMPICount index, CMPIString **name,
                        CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    if (name != nullptr) {
-      *name = nullptr;
-    }
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return cmpi::null_data(CMPI_null);
-  }
-  CMPIStatus st = make_status(CMPI_RC_OK);
-  CMPIData data = impl->keys.get_at(index, name, &st);
-  if (st.rc == CMPI_RC_OK) {
-    data.state = static_cast<CMPIValueState>(data.state | CMPI_keyValue);
-  }
-  set_rc(rc, st.rc);
-  return data;
+  return cmpi::get_at_in(keys_of(op), index, name, rc, CMPI_keyValue);
 }
 
 CMPICount op_get_key_count(const CMPIObjectPath *op, CMPIStatus *rc) {
-  const ObjectPathImpl *impl = impl_of(op);
-  if (impl == nullptr) {
-    set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);
-    return 0;
-  }
-  set_rc(rc, CMPI_RC_OK);
-  return static_cast<CMPICount>(impl->keys.size());
+  return cmpi::count_in(keys_of(op), rc);
 }
 
 CMPIStatus op_set_name_space_from(CMPIObjectPath *op, const CMPIObjectPath *src) {
@@ -396,7 +280,7 @@ const CMPIObjectPathFT *object_path_table() { return &object_path_ft; }
 
 extern "C" CMPIObjectPath *makeNewObjectPath(const char *nameSpace, const char *className,
                                              CMPIStatus *rc) {
-  ObjectPathImpl *impl = new_impl();
+  ObjectPathImpl *impl = cmpi::new_impl<ObjectPathImpl>(cmpi::object_path_table());
   if (impl == nullptr) {
     set_rc(rc, CMPI_RC_ERR_FAILED);
     return nullptr;

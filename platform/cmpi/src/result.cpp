@@ -12,8 +12,7 @@
 //  - items returned after returnDone are still collected;
 //  - returnError keeps nothing and answers CMPI_RC_OK;
 //  - cmpiConvertResult2Array hands out the collection itself (the result keeps owning it).
-#include <new>
-
+#include "object_impl.h"
 #include "objects.h"
 #include "value.h"
 
@@ -25,12 +24,7 @@ struct ResultImpl {
   bool done;
 };
 
-ResultImpl *impl_of(const CMPIResult *rslt) {
-  if (rslt == nullptr || rslt->hdl == nullptr) {
-    return nullptr;
-  }
-  return static_cast<ResultImpl *>(rslt->hdl);
-}
+ResultImpl *impl_of(const CMPIResult *rslt) { return cmpi::impl_of<ResultImpl>(rslt); }
 
 ResultImpl *new_impl();
 
@@ -102,7 +96,7 @@ CMPIResult *result_clone(const CMPIResult *rslt, CMPIStatus *rc) {
     copy->collection = impl->collection->ft->clone(impl->collection, &st);
     if (copy->collection == nullptr) {
       destroy(copy);
-      cmpi::set_rc(rc, st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED);
+      cmpi::set_rc(rc, cmpi::rc_of_failed_clone(st));
       return nullptr;
     }
   }
@@ -159,16 +153,8 @@ CMPIResultFT result_ft = {
     result_return_done,     result_return_error,
 };
 
-ResultImpl *new_impl() {
-  ResultImpl *impl = new (std::nothrow) ResultImpl();
-  if (impl != nullptr) {
-    impl->object.hdl = impl;
-    impl->object.ft = &result_ft;
-    impl->collection = nullptr;
-    impl->done = false;
-  }
-  return impl;
-}
+// No collection, not done.
+ResultImpl *new_impl() { return cmpi::new_impl<ResultImpl>(&result_ft); }
 
 }  // namespace
 
@@ -178,21 +164,10 @@ const CMPIResultFT *result_table() { return &result_ft; }
 
 }  // namespace cmpi
 
-extern "C" CMPIResult *makeNewCMPIResult(CMPIStatus *rc) {
-  ResultImpl *impl = new_impl();
-  if (impl == nullptr) {
-    cmpi::set_rc(rc, CMPI_RC_ERR_FAILED);
-    return nullptr;
-  }
-  cmpi::set_rc(rc, CMPI_RC_OK);
-  return &impl->object;
-}
+extern "C" CMPIResult *makeNewCMPIResult(CMPIStatus *rc) { return cmpi::made(new_impl(), rc); }
 
 extern "C" CMPIArray *cmpiConvertResult2Array(const CMPIResult *result) {
   // Only our own results carry a collection.
-  if (result == nullptr || result->ft != &result_ft) {
-    return nullptr;
-  }
-  const ResultImpl *impl = impl_of(result);
+  const ResultImpl *impl = cmpi::our_impl<ResultImpl>(result, &result_ft);
   return impl != nullptr ? impl->collection : nullptr;
 }

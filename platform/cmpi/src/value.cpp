@@ -56,10 +56,6 @@ bool is_element_code(CMPIType type) {
          type == CMPI_instance || type == CMPI_ref;
 }
 
-CMPIrc rc_of_failed_clone(const CMPIStatus &st) {
-  return st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED;
-}
-
 // Clones an encapsulated object through its own table. A NULL object is not an error here
 // (callers turn it into a null datum); an object without table is an invalid handle.
 // (The target is a plain local pointer: members of the packed value union have no address of

@@ -27,6 +27,12 @@ inline void set_rc(CMPIStatus *rc, CMPIrc code) {
   }
 }
 
+// The rc to answer for a clone that gave no object: its own, or CMPI_RC_ERR_FAILED when it said
+// CMPI_RC_OK.
+inline CMPIrc rc_of_failed_clone(const CMPIStatus &st) {
+  return st.rc != CMPI_RC_OK ? st.rc : CMPI_RC_ERR_FAILED;
+}
+
 // True for every type code this platform can hold: the scalars, the encapsulated types except
 // CMPI_ptr and CMPI_class, and the array forms of the scalars, strings, chars, date-times,
 // instances and references.

@@ -6,24 +6,11 @@
 
 #include "cmpiinterface.h"
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-template <typename T>
-T val(T v) {
-  return v;
-}
-
-std::string text_of(const CMPIString *s) {
-  return s == nullptr ? std::string("<null>") : std::string(static_cast<const char *>(s->hdl));
-}
-
-// Releases what a handed-out datum owns.
-void release(CMPIData *d) {
-  if ((d->state & CMPI_nullValue) == 0) {
-    cmpiReleaseCMPIValue(d->type, &d->value);
-  }
-}
+using namespace cmpitest;
 
 CMPIStatus set_at(CMPIArray *a, CMPICount i, const void *value, CMPIType type) {
   return a->ft->setElementAt(a, i, static_cast<const CMPIValue *>(value), type);
@@ -159,8 +146,8 @@ TEST(ArrayText, StringElementsAreClonedCopies) {
   EXPECT_EQ(text_of(d.value.string), "alpha");
   CMPIData again = a->ft->getElementAt(a, 0, nullptr);
   EXPECT_NE(val(again.value.string), val(d.value.string));  // every get is a new copy
-  release(&d);
-  release(&again);
+  release_data(&d);
+  release_data(&again);
   a->ft->release(a);
 }
 
@@ -178,8 +165,8 @@ TEST(ArrayText, CharsAndCharsPtrGoIntoStringArraysAsStrings) {
   EXPECT_EQ(text_of(d0.value.string), "chars");
   EXPECT_EQ(d1.type, CMPI_string);
   EXPECT_EQ(text_of(d1.value.string), "by-pointer");
-  release(&d0);
-  release(&d1);
+  release_data(&d0);
+  release_data(&d1);
   a->ft->release(a);
 }
 
@@ -194,7 +181,7 @@ TEST(ArrayText, ArrayMadeWithCharsTakesStringsAndChars) {
   CMPIData d = a->ft->getElementAt(a, 1, nullptr);
   EXPECT_EQ(d.type, CMPI_string);
   EXPECT_EQ(text_of(d.value.string), "s");
-  release(&d);
+  release_data(&d);
   a->ft->release(a);
 }
 
@@ -216,7 +203,7 @@ TEST(ArrayText, OtherTextCodesKeepTheirCode) {
       EXPECT_EQ(d.type, t);
       EXPECT_EQ(d.state, CMPI_goodValue);
       EXPECT_EQ(text_of(d.value.string), expected[i]);
-      release(&d);
+      release_data(&d);
     }
     a->ft->release(a);
   }
@@ -232,7 +219,7 @@ TEST(ArrayText, StringArrayTakesTheOtherTextCodes) {
   CMPIData d = a->ft->getElementAt(a, 0, nullptr);
   EXPECT_EQ(d.type, CMPI_string);
   EXPECT_EQ(text_of(d.value.string), "42");
-  release(&d);
+  release_data(&d);
   a->ft->release(a);
 }
 
@@ -264,7 +251,7 @@ TEST(ArrayObjects, DateTimes) {
   CMPIString *s = got->ft->getStringFormat(got, nullptr);
   EXPECT_EQ(text_of(s), "20240229235959.999999-030");
   s->ft->release(s);
-  release(&d);
+  release_data(&d);
   EXPECT_EQ(set_at(a, 0, "20240229235959.999999-030", CMPI_chars).rc, CMPI_RC_ERR_TYPE_MISMATCH);
   a->ft->release(a);
 }
@@ -286,8 +273,8 @@ TEST(ArrayObjects, Instances) {
   CMPIData name = got->ft->getProperty(got, "Name", nullptr);
   EXPECT_EQ(name.type, CMPI_string);
   EXPECT_EQ(text_of(name.value.string), "fan0");
-  release(&name);
-  release(&d);
+  release_data(&name);
+  release_data(&d);
   v.ref = op;
   EXPECT_EQ(a->ft->setElementAt(a, 1, &v, CMPI_ref).rc, CMPI_RC_ERR_TYPE_MISMATCH);
   op->ft->release(op);
@@ -310,7 +297,7 @@ TEST(ArrayObjects, References) {
   CMPIString *s = got->ft->toString(got, nullptr);
   EXPECT_EQ(text_of(s), "root/cimv2:Demo_Fan.ID=7");
   s->ft->release(s);
-  release(&d);
+  release_data(&d);
   a->ft->release(a);
 }
 
@@ -388,7 +375,7 @@ TEST(ArrayNull, ReplacingReleasesTheOldElement) {
   CMPIData d = a->ft->getElementAt(a, 0, nullptr);
   EXPECT_EQ(cmpi::datetime_table()->getBinaryFormat(val(d.value.dateTime), nullptr),
             978307200000000ull);
-  release(&d);
+  release_data(&d);
   a->ft->release(a);  // the leak check proves the first date-time was released
 }
 
@@ -451,12 +438,12 @@ TEST(ArrayClone, DeepAndIndependent) {
   EXPECT_EQ(a->ft->getSize(a, nullptr), 2u);
   CMPIData d = a->ft->getElementAt(a, 0, nullptr);
   EXPECT_EQ(text_of(d.value.string), "one");
-  release(&d);
+  release_data(&d);
   // Release the original: the clone is still valid.
   a->ft->release(a);
   d = c->ft->getElementAt(c, 0, nullptr);
   EXPECT_EQ(text_of(d.value.string), "changed");
-  release(&d);
+  release_data(&d);
   EXPECT_EQ(c->ft->getElementAt(c, 1, nullptr).state, CMPI_nullValue);
   c->ft->release(c);
 }
@@ -471,7 +458,7 @@ TEST(ArrayClone, KeepsTextCodeAndObjects) {
   CMPIData d = c->ft->getElementAt(c, 0, nullptr);
   EXPECT_EQ(d.type, CMPI_dateTimeString);
   EXPECT_EQ(text_of(d.value.string), "20000101000000.000000+000");
-  release(&d);
+  release_data(&d);
   c->ft->release(c);
 
   CMPIObjectPath *op = makeNewObjectPath("ns", "C", nullptr);
@@ -488,8 +475,8 @@ TEST(ArrayClone, KeepsTextCodeAndObjects) {
   CMPIString *s = pc->ft->toString(pc, nullptr);
   EXPECT_EQ(text_of(s), "ns:C");
   s->ft->release(s);
-  release(&da);
-  release(&dc);
+  release_data(&da);
+  release_data(&dc);
   c->ft->release(c);
 }
 

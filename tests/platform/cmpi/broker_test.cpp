@@ -17,32 +17,13 @@
 #include "cmpimacs.h"
 #include "log_capture.h"
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-using cmpitest::LogCapture;
-using cmpitest::LogLine;
+using namespace cmpitest;
 
 constexpr int kProviderModule = 231;
-
-CMPIStatus unset_status() {
-  CMPIStatus st;
-  st.rc = static_cast<CMPIrc>(-1);
-  st.msg = nullptr;
-  return st;
-}
-
-std::string text_of(const CMPIString *s) {
-  return s == nullptr ? std::string("<null>") : std::string(static_cast<const char *>(s->hdl));
-}
-
-std::string take(CMPIString *s) {
-  std::string text = text_of(s);
-  if (s != nullptr) {
-    EXPECT_EQ(CMPI_RC_OK, +s->ft->release(s).rc);
-  }
-  return text;
-}
 
 class BrokerTest : public ::testing::Test {
  protected:

@@ -6,23 +6,11 @@
 
 #include "cmpiinterface.h"
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-template <typename T>
-T val(T v) {
-  return v;
-}
-
-std::string text_of(const CMPIString *s) {
-  return s == nullptr ? std::string("<null>") : std::string(static_cast<const char *>(s->hdl));
-}
-
-void release(CMPIData *d) {
-  if ((d->state & CMPI_nullValue) == 0) {
-    cmpiReleaseCMPIValue(d->type, &d->value);
-  }
-}
+using namespace cmpitest;
 
 CMPIArray *string_array(std::initializer_list<const char *> texts) {
   CMPIArray *a = makeNewCMPIArray(0, CMPI_string, nullptr);
@@ -40,7 +28,7 @@ std::string drain(CMPIEnumeration *en) {
     CMPIData d = en->ft->getNext(en, nullptr);
     all += text_of(val(d.value.string));
     all += ';';
-    release(&d);
+    release_data(&d);
   }
   return all;
 }
@@ -149,7 +137,7 @@ TEST(EnumerationFT, ElementsAreCallerOwnedCopies) {
   CMPIString *s = got->ft->toString(got, nullptr);
   EXPECT_EQ(text_of(s), "root/cimv2:Demo_Fan");
   s->ft->release(s);
-  release(&d);
+  release_data(&d);
 
   CMPIEnumeration *insts = makeNewCMPIEnumeration(b, nullptr);
   d = insts->ft->getNext(insts, nullptr);
@@ -158,7 +146,7 @@ TEST(EnumerationFT, ElementsAreCallerOwnedCopies) {
   EXPECT_EQ(d.state, CMPI_goodValue);
   CMPIInstance *gi = val(d.value.inst);
   EXPECT_EQ(gi->ft->getPropertyCount(gi, nullptr), 0u);
-  release(&d);
+  release_data(&d);
 }
 
 TEST(EnumerationFT, NullElementsComeBackNull) {
@@ -190,7 +178,7 @@ TEST(EnumerationFT, ToArrayIsACallerOwnedCopy) {
   en->ft->release(en);
   CMPIData d = copy->ft->getElementAt(copy, 0, nullptr);
   EXPECT_EQ(text_of(val(d.value.string)), "changed");
-  release(&d);
+  release_data(&d);
   copy->ft->release(copy);
   again->ft->release(again);
 }
@@ -198,7 +186,7 @@ TEST(EnumerationFT, ToArrayIsACallerOwnedCopy) {
 TEST(EnumerationFT, CloneIsDeepAndKeepsTheCursor) {
   CMPIEnumeration *en = makeNewCMPIEnumeration(string_array({"a", "b", "c"}), nullptr);
   CMPIData first = en->ft->getNext(en, nullptr);
-  release(&first);
+  release_data(&first);
   CMPIStatus rc;
   CMPIEnumeration *c = en->ft->clone(en, &rc);
   ASSERT_NE(c, nullptr);

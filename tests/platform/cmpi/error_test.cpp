@@ -7,27 +7,11 @@
 
 #include "cmpiinterface.h"
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-CMPIStatus unset_status() {
-  CMPIStatus st;
-  st.rc = static_cast<CMPIrc>(-1);
-  st.msg = nullptr;
-  return st;
-}
-
-std::string text_of(const CMPIString *s) {
-  return s == nullptr ? std::string("<null>") : std::string(static_cast<const char *>(s->hdl));
-}
-
-std::string take(CMPIString *s) {
-  std::string text = text_of(s);
-  if (s != nullptr) {
-    EXPECT_EQ(CMPI_RC_OK, +s->ft->release(s).rc);
-  }
-  return text;
-}
+using namespace cmpitest;
 
 CMPIArray *string_array(const std::vector<const char *> &texts) {
   CMPIArray *array = makeNewCMPIArray(static_cast<CMPICount>(texts.size()), CMPI_string, nullptr);

@@ -7,23 +7,11 @@
 
 #include "cmpiinterface.h"
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-template <typename T>
-T val(T v) {
-  return v;
-}
-
-std::string text_of(const CMPIString *s) {
-  return s == nullptr ? std::string("<null>") : std::string(static_cast<const char *>(s->hdl));
-}
-
-void release(CMPIData *d) {
-  if ((d->state & CMPI_nullValue) == 0) {
-    cmpiReleaseCMPIValue(d->type, &d->value);
-  }
-}
+using namespace cmpitest;
 
 CMPIStatus return_data(CMPIResult *r, const void *value, CMPIType type) {
   return r->ft->returnData(r, static_cast<const CMPIValue *>(value), type);
@@ -135,8 +123,8 @@ TEST(ResultData, TextIsCopiedAndCharsComeBackAsStrings) {
   EXPECT_EQ(d0.type, CMPI_string);
   EXPECT_EQ(text_of(val(d0.value.string)), "first");
   EXPECT_EQ(text_of(val(d1.value.string)), "second");
-  release(&d0);
-  release(&d1);
+  release_data(&d0);
+  release_data(&d1);
   r->ft->release(r);
 }
 
@@ -152,7 +140,7 @@ TEST(ResultData, DateTimeIsCloned) {
   EXPECT_EQ(d.type, CMPI_dateTime);
   EXPECT_EQ(cmpi::datetime_table()->getBinaryFormat(val(d.value.dateTime), nullptr),
             1704067200000000u);
-  release(&d);
+  release_data(&d);
   r->ft->release(r);
 }
 
@@ -201,7 +189,7 @@ TEST(ResultInstances, ReturnInstanceAppendsAClone) {
   EXPECT_EQ(d.type, CMPI_instance);
   CMPIInstance *got = val(d.value.inst);
   EXPECT_EQ(val(got->ft->getProperty(got, "Speed", nullptr).value.uint32), 4200u);
-  release(&d);
+  release_data(&d);
   // An object path after instances is another family.
   EXPECT_EQ(r->ft->returnObjectPath(r, op).rc, CMPI_RC_ERR_TYPE_MISMATCH);
   EXPECT_EQ(a->ft->getSize(a, nullptr), 2u);
@@ -224,7 +212,7 @@ TEST(ResultInstances, ReturnObjectPathAppendsARef) {
   CMPIString *s = got->ft->toString(got, nullptr);
   EXPECT_EQ(text_of(s), "root/cimv2:Demo_Fan.DeviceID=fan0");
   s->ft->release(s);
-  release(&d);
+  release_data(&d);
   // An instance after object paths, or data of another type, is a mismatch.
   CMPIObjectPath *op2 = makeNewObjectPath("root/cimv2", "Demo_Fan", nullptr);
   CMPIInstance *inst = makeNewCMPIInstance(op2, nullptr);
@@ -302,7 +290,7 @@ TEST(ResultClone, DeepAndIndependent) {
   ASSERT_EQ(ca->ft->getSize(ca, nullptr), 2u);
   CMPIData d = ca->ft->getElementAt(ca, 0, nullptr);
   EXPECT_EQ(text_of(val(d.value.string)), "a");
-  release(&d);
+  release_data(&d);
   c->ft->release(c);
 }
 

@@ -7,13 +7,11 @@
 
 #include "cmpiinterface.h"
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-template <typename T>
-T val(T v) {
-  return v;
-}
+using namespace cmpitest;
 
 TEST(CreateString, CopiesTheText) {
   char buffer[] = "root/cimv2";

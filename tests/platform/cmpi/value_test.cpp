@@ -8,19 +8,11 @@
 #include <string>
 
 #include "objects.h"
+#include "value_sweep.h"
 
 namespace {
 
-// Members of the packed value records have no natural alignment: read them by value (a
-// reference to one, as the assertion macros take, is not allowed).
-template <typename T>
-T val(T v) {
-  return v;
-}
-
-std::string text_of(const CMPIString *s) {
-  return s == nullptr ? std::string("<null>") : std::string(static_cast<const char *>(s->hdl));
-}
+using namespace cmpitest;
 
 // Scalar type codes with the width of their C type.
 const CMPIType kScalars[] = {CMPI_boolean, CMPI_char16, CMPI_real32, CMPI_real64,
