@@ -1,0 +1,235 @@
+// instance_ops.cpp - enumerate, get, create, modify, delete and query over the state.
+#include "instance_ops.h"
+
+#include <cmpimacs.h>
+
+#include <string>
+#include <vector>
+
+#include "instance_model.h"
+#include "query.h"
+#include "state_store.h"
+
+namespace demo {
+
+namespace {
+
+// Returns inst into result and releases it.
+void returnInstance(const CMPIResult *result, CMPIInstance *inst) {
+  CMReturnInstance(result, inst);
+  CMRelease(inst);
+}
+
+void returnPath(const CMPIResult *result, CMPIObjectPath *op) {
+  CMReturnObjectPath(result, op);
+  CMRelease(op);
+}
+
+Outcome notFound(const ClassDef &cls, const std::string &key) {
+  return failure(CMPI_RC_ERR_NOT_FOUND, std::string(cls.name) + " " + key + " does not exist");
+}
+
+// Both ends of a new Demo_ChassisFan must exist.
+Outcome checkEnds(const CMPIBroker *broker, StateStore &store, const StoredInstance &stored) {
+  for (const char *role : {kGroupRole, kPartRole}) {
+    const StoredProperty *end = stored.find(role);
+    const ClassDef *cls = nullptr;
+    std::string key;
+    Outcome outcome = end != nullptr ? keyTextOfReference(broker, *end, &cls, &key)
+                                     : failure(CMPI_RC_ERR_INVALID_PARAMETER, "no end");
+    StoredInstance target;
+    bool found = false;
+    if (outcome.ok()) outcome = store.find(*cls, key, &target, &found);
+    if (!outcome.ok()) return outcome;
+    if (!found) {
+      return failure(CMPI_RC_ERR_INVALID_PARAMETER, std::string(role) + " refers to " + cls->name +
+                                                        " " + key + ", which does not exist");
+    }
+  }
+  return success();
+}
+
+// Removes every Demo_ChassisFan that has the instance (cls, key) at one of its ends.
+Outcome removeMemberships(const CMPIBroker *broker, StateStore &store, const ClassDef &cls,
+                          const std::string &key) {
+  const ClassDef &association = *findClass(kChassisFanClass);
+  std::vector<StoredInstance> memberships;
+  Outcome outcome = store.list(association, &memberships);
+  for (const StoredInstance &membership : memberships) {
+    for (const char *role : {kGroupRole, kPartRole}) {
+      const StoredProperty *end = membership.find(role);
+      const ClassDef *endClass = nullptr;
+      std::string endKey;
+      if (!outcome.ok() || end == nullptr) break;
+      outcome = keyTextOfReference(broker, *end, &endClass, &endKey);
+      if (outcome.ok() && endClass == &cls && endKey == key) {
+        outcome = store.remove(association, membership.key);
+        break;
+      }
+    }
+  }
+  return outcome;
+}
+
+}  // namespace
+
+Outcome enumerateInstanceNames(const CMPIBroker *broker, const CMPIResult *result,
+                               const CMPIObjectPath *op) {
+  const ClassDef *cls = nullptr;
+  Outcome outcome = classOfPath(op, &cls);
+  StateStore store;
+  if (outcome.ok()) outcome = store.open(broker);
+  std::vector<StoredInstance> instances;
+  if (outcome.ok()) outcome = store.list(*cls, &instances);
+  for (const StoredInstance &stored : instances) {
+    if (!outcome.ok()) break;
+    CMPIObjectPath *path = pathOf(broker, *cls, stored, &outcome);
+    if (path != nullptr) returnPath(result, path);
+  }
+  if (outcome.ok()) CMReturnDone(result);
+  return outcome;
+}
+
+Outcome enumerateInstances(const CMPIBroker *broker, const CMPIResult *result, const ClassDef &cls,
+                           const char **properties) {
+  StateStore store;
+  Outcome outcome = store.open(broker);
+  std::vector<StoredInstance> instances;
+  if (outcome.ok()) outcome = store.list(cls, &instances);
+  for (const StoredInstance &stored : instances) {
+    if (!outcome.ok()) break;
+    CMPIInstance *inst = instanceOf(broker, cls, stored, properties, &outcome);
+    if (inst != nullptr) returnInstance(result, inst);
+  }
+  if (outcome.ok()) CMReturnDone(result);
+  return outcome;
+}
+
+Outcome getInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+                    const char **properties) {
+  const ClassDef *cls = nullptr;
+  std::string key;
+  Outcome outcome = classOfPath(op, &cls);
+  if (outcome.ok()) outcome = keyTextOfPath(broker, *cls, op, &key);
+  StateStore store;
+  if (outcome.ok()) outcome = store.open(broker);
+  StoredInstance stored;
+  bool found = false;
+  if (outcome.ok()) outcome = store.find(*cls, key, &stored, &found);
+  if (!outcome.ok()) return outcome;
+  if (!found) return notFound(*cls, key);
+  CMPIInstance *inst = instanceOf(broker, *cls, stored, properties, &outcome);
+  if (inst == nullptr) return outcome;
+  returnInstance(result, inst);
+  CMReturnDone(result);
+  return success();
+}
+
+Outcome createInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+                       const CMPIInstance *inst) {
+  if (inst == nullptr) return failure(CMPI_RC_ERR_INVALID_PARAMETER, "no instance given");
+  CMPIObjectPath *own = op == nullptr ? CMGetObjectPath(inst, nullptr) : nullptr;
+  const CMPIObjectPath *path = op != nullptr ? op : own;
+  const ClassDef *cls = nullptr;
+  Outcome outcome = classOfPath(path, &cls);
+  StoredInstance stored;
+  if (outcome.ok()) outcome = storedFromInstance(broker, *cls, path, inst, &stored);
+  if (own != nullptr) CMRelease(own);
+  StateStore store;
+  if (outcome.ok()) outcome = store.open(broker);
+  if (outcome.ok()) outcome = store.begin();
+  if (outcome.ok() && sameName(cls->name, kChassisFanClass))
+    outcome = checkEnds(broker, store, stored);
+  if (outcome.ok()) outcome = store.insert(*cls, stored);
+  if (outcome.ok()) outcome = store.commit();
+  if (!outcome.ok()) return outcome;
+  CMPIObjectPath *created = pathOf(broker, *cls, stored, &outcome);
+  if (created == nullptr) return outcome;
+  returnPath(result, created);
+  CMReturnDone(result);
+  return success();
+}
+
+Outcome modifyInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+                       const CMPIInstance *inst, const char **properties) {
+  const ClassDef *cls = nullptr;
+  std::string key;
+  Outcome outcome = classOfPath(op, &cls);
+  if (outcome.ok()) outcome = keyTextOfPath(broker, *cls, op, &key);
+  StateStore store;
+  if (outcome.ok()) outcome = store.open(broker);
+  if (outcome.ok()) outcome = store.begin();
+  StoredInstance stored;
+  bool found = false;
+  if (outcome.ok()) outcome = store.find(*cls, key, &stored, &found);
+  if (outcome.ok() && !found) outcome = notFound(*cls, key);
+  if (outcome.ok()) outcome = applyModification(broker, *cls, inst, properties, &stored);
+  if (outcome.ok()) outcome = store.update(*cls, stored);
+  if (outcome.ok()) outcome = store.commit();
+  if (outcome.ok()) CMReturnDone(result);
+  return outcome;
+}
+
+Outcome deleteInstance(const CMPIBroker *broker, const CMPIResult *result,
+                       const CMPIObjectPath *op) {
+  const ClassDef *cls = nullptr;
+  std::string key;
+  Outcome outcome = classOfPath(op, &cls);
+  if (outcome.ok()) outcome = keyTextOfPath(broker, *cls, op, &key);
+  StateStore store;
+  if (outcome.ok()) outcome = store.open(broker);
+  if (outcome.ok()) outcome = store.begin();
+  if (outcome.ok()) outcome = store.remove(*cls, key);
+  if (outcome.ok() && !sameName(cls->name, kChassisFanClass))
+    outcome = removeMemberships(broker, store, *cls, key);
+  if (outcome.ok()) outcome = store.commit();
+  if (outcome.ok()) CMReturnDone(result);
+  return outcome;
+}
+
+Outcome execQuery(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+                  const char *text, const char *language) {
+  if (!isSupportedLanguage(language)) {
+    return failure(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
+                   std::string("query language '") + language + "' is not supported");
+  }
+  Query query;
+  Outcome outcome = parseQuery(text, &query);
+  if (!outcome.ok()) return outcome;
+  const ClassDef *cls = findClass(query.className.c_str());
+  if (cls == nullptr) {
+    return failure(CMPI_RC_ERR_INVALID_CLASS,
+                   "class '" + query.className + "' is not served by this provider");
+  }
+  // The path gives the namespace; its class, if any, does not matter.
+  outcome = checkNameSpace(op, *cls);
+  if (!outcome.ok()) return outcome;
+  outcome = checkQuery(*cls, query);
+  if (!outcome.ok()) return outcome;
+  std::vector<const char *> projection;
+  for (const std::string &name : query.properties) projection.push_back(name.c_str());
+  projection.push_back(nullptr);
+  StateStore store;
+  outcome = store.open(broker);
+  std::vector<StoredInstance> instances;
+  if (outcome.ok()) outcome = store.list(*cls, &instances);
+  for (const StoredInstance &stored : instances) {
+    if (!outcome.ok()) break;
+    CMPIInstance *inst = instanceOf(broker, *cls, stored, nullptr, &outcome);
+    if (inst == nullptr) break;
+    if (!matches(query, inst)) {
+      CMRelease(inst);
+      continue;
+    }
+    if (!query.properties.empty()) {
+      CMRelease(inst);
+      inst = instanceOf(broker, *cls, stored, projection.data(), &outcome);
+      if (inst == nullptr) break;
+    }
+    returnInstance(result, inst);
+  }
+  if (outcome.ok()) CMReturnDone(result);
+  return outcome;
+}
+
+}  // namespace demo

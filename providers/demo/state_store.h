@@ -1,0 +1,75 @@
+// state_store.h - the provider's state: every instance and its property values, kept in a small
+// SQLite file so that it lasts across requests and processes.
+//
+// The file is named by the environment variable CMPI_DEMO_STATE, else
+// "/var/lib/cmpi-demo/state.db". The first use creates it (and its directory, one level) with
+// its tables and the initial demo instances. A store is opened per request and closed with it:
+// nothing stays open between requests, so a host may fork and switch users freely. Concurrent
+// processes wait for each other's writes (busy time-out). A user who may read the file but not
+// write it can still read the state; writes then fail with CMPI_RC_ERR_ACCESS_DENIED.
+//
+// Tables:
+//   DemoState    (Name, Value)                                  "version" once seeded
+//   DemoInstance (ClassName, InstanceKey)                       one row per instance, in the
+//                                                               order of creation
+//   DemoProperty (ClassName, InstanceKey, Name, DataType, Value) one row per stored property;
+//                                                               Value NULL for a null property
+#ifndef DEMO_PROVIDER_STATE_STORE_H
+#define DEMO_PROVIDER_STATE_STORE_H
+
+#include <cmpidt.h>
+
+#include <string>
+#include <vector>
+
+#include "classes.h"
+#include "instance_model.h"
+#include "outcome.h"
+
+struct sqlite3;
+
+namespace demo {
+
+class StateStore {
+ public:
+  StateStore() = default;
+  ~StateStore();
+  StateStore(const StateStore &) = delete;
+  StateStore &operator=(const StateStore &) = delete;
+
+  // The file the state lives in.
+  static std::string path();
+
+  // Opens the state, creating and seeding it on first use (broker makes the initial instances).
+  Outcome open(const CMPIBroker *broker);
+
+  // A write transaction (taken at once, so read-modify-write sequences see no one else's
+  // writes). insert, update and remove take it themselves when none is open; only commit makes
+  // writes last: an open transaction is rolled back when the store closes.
+  Outcome begin();
+  Outcome commit();
+
+  // Every instance of cls in the order of creation.
+  Outcome list(const ClassDef &cls, std::vector<StoredInstance> *instances);
+  // The instance of cls with the key text key; *found tells whether there is one.
+  Outcome find(const ClassDef &cls, const std::string &key, StoredInstance *instance, bool *found);
+  // Adds a new instance: CMPI_RC_ERR_ALREADY_EXISTS when its key is taken.
+  Outcome insert(const ClassDef &cls, const StoredInstance &instance);
+  // Rewrites the properties of an existing instance: CMPI_RC_ERR_NOT_FOUND when there is none.
+  Outcome update(const ClassDef &cls, const StoredInstance &instance);
+  // Removes an instance: CMPI_RC_ERR_NOT_FOUND when there is none.
+  Outcome remove(const ClassDef &cls, const std::string &key);
+
+ private:
+  Outcome execute(const char *sql);
+  Outcome error(const char *what) const;
+  bool seeded();
+  Outcome writeProperties(const ClassDef &cls, const StoredInstance &instance);
+
+  sqlite3 *db_ = nullptr;
+  bool inTransaction_ = false;
+};
+
+}  // namespace demo
+
+#endif  // DEMO_PROVIDER_STATE_STORE_H
