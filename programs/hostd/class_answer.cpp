@@ -1,0 +1,170 @@
+// class_answer.cpp - GetClass from the class-definition tables.
+#include "class_answer.h"
+
+#include <cmpiinterface.h>
+#include <cmpimacs.h>
+#include <cmpiutility/records.h>
+#include <strings.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "frames.h"
+#include "locations.h"
+#include "log.h"
+
+namespace hostd {
+namespace {
+
+CMPIArray *string_array(const std::vector<std::string> &texts) {
+  CMPIStatus rc = {CMPI_RC_OK, nullptr};
+  CMPIArray *array = makeNewCMPIArray(static_cast<CMPICount>(texts.size()), CMPI_string, &rc);
+  if (array == nullptr) return nullptr;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    CMPIStatus set =
+        CMSetArrayElementAt(array, static_cast<CMPICount>(i), texts[i].c_str(), CMPI_chars);
+    if (set.rc != CMPI_RC_OK) {
+      CMRelease(array);
+      return nullptr;
+    }
+  }
+  return array;
+}
+
+CMPIInstance *parameter_instance(const ClassDefinition &definition, const MethodParameter &p) {
+  CMPIObjectPath *path =
+      makeNewObjectPath(definition.name_space.c_str(), kMethodParameterClass, nullptr);
+  if (path == nullptr) return nullptr;
+  CMPIInstance *inst = makeNewCMPIInstance(path, nullptr);
+  CMRelease(path);
+  if (inst == nullptr) return nullptr;
+  CMPIUint16 type = static_cast<CMPIUint16>(p.data_type);
+  bool ok = CMSetProperty(inst, "MethodName", p.method.c_str(), CMPI_chars).rc == CMPI_RC_OK &&
+            CMSetProperty(inst, "Name", p.name.c_str(), CMPI_chars).rc == CMPI_RC_OK &&
+            CMSetProperty(inst, "DataType", &type, CMPI_uint16).rc == CMPI_RC_OK &&
+            CMSetProperty(inst, "Direction", p.direction.c_str(), CMPI_chars).rc == CMPI_RC_OK;
+  if (!ok) {
+    CMRelease(inst);
+    return nullptr;
+  }
+  return inst;
+}
+
+CMPIArray *parameter_array(const ClassDefinition &definition) {
+  CMPIArray *array = makeNewCMPIArray(static_cast<CMPICount>(definition.parameters.size()),
+                                      CMPI_instance, nullptr);
+  if (array == nullptr) return nullptr;
+  for (std::size_t i = 0; i < definition.parameters.size(); ++i) {
+    CMPIInstance *inst = parameter_instance(definition, definition.parameters[i]);
+    bool ok = inst != nullptr &&
+              CMSetArrayElementAt(array, static_cast<CMPICount>(i), &inst, CMPI_instance).rc ==
+                  CMPI_RC_OK;
+    if (inst != nullptr) CMRelease(inst);
+    if (!ok) {
+      CMRelease(array);
+      return nullptr;
+    }
+  }
+  return array;
+}
+
+// Sends one status-only GetClass frame and the completion frame.
+void send_class_status(SockInfo *conn, CMPIrc code, const char *message) {
+  CMPIStatus status = {code, CreateString(message, nullptr)};
+  ServerResp *resp = nullptr;
+  CMPIValue none;
+  std::memset(&none, 0, sizeof none);
+  EncodedFrame frame;
+  if (getResponseStruct(&resp, GETCLASS, nullptr, nullptr, none, 0, &status, nullptr) == 0 &&
+      frame.encode(resp)) {
+    std::string out(frame.data(), frame.size());
+    out += complete_frame();
+    send_to_client(conn, out);
+  } else {
+    send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
+  }
+  releaseResponseData(resp);
+  if (status.msg != nullptr) CMRelease(status.msg);
+}
+
+}  // namespace
+
+CMPIConstClass *build_class(const ClassDefinition &definition) {
+  CMPIConstClass *cls = makeNewCMPIClass(nullptr);
+  if (cls == nullptr) return nullptr;
+  auto *record = static_cast<CMPIClassRecord *>(std::calloc(1, sizeof(CMPIClassRecord)));
+  if (record == nullptr) {
+    std::free(cls);
+    return nullptr;
+  }
+  cls->hdl = record;
+  record->className = strdup(definition.name.c_str());
+  record->nameSpace = strdup(definition.name_space.c_str());
+  record->propertyNames = string_array(definition.properties);
+  record->methodNames = string_array(definition.methods);
+  record->methodParameters = parameter_array(definition);
+  if (record->className == nullptr || record->nameSpace == nullptr ||
+      record->propertyNames == nullptr || record->methodNames == nullptr ||
+      record->methodParameters == nullptr) {
+    cls->ft->release(cls);
+    return nullptr;
+  }
+  return cls;
+}
+
+int answer_get_class(SockInfo *conn, const std::string &class_name, const std::string &name_space) {
+  const std::string database = schema_database_path();
+  ClassDefinition definition;
+  std::string why;
+  switch (load_class_definition(database, class_name, &definition, &why)) {
+    case ClassLookup::kFailed:
+      HOSTD_ERROR("GetClass %s: the schema database cannot be read: %s", class_name.c_str(),
+                  why.c_str());
+      send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
+      return CMPI_RC_ERR_FAILED;
+    case ClassLookup::kUnknownClass:
+      HOSTD_ERROR("GetClass %s: no such class in the schema database", class_name.c_str());
+      send_class_status(conn, CMPI_RC_ERR_INVALID_CLASS, "no such class");
+      return CMPI_RC_ERR_INVALID_CLASS;
+    case ClassLookup::kFound:
+      break;
+  }
+  if (definition.name_space.empty()) {
+    definition.name_space = name_space;
+  } else if (strcasecmp(definition.name_space.c_str(), name_space.c_str()) != 0) {
+    HOSTD_ERROR("GetClass %s: the class lives in namespace %s, not in %s", class_name.c_str(),
+                definition.name_space.c_str(), name_space.c_str());
+    send_class_status(conn, CMPI_RC_ERR_INVALID_CLASS, "no such class in this namespace");
+    return CMPI_RC_ERR_INVALID_CLASS;
+  }
+  CMPIConstClass *cls = build_class(definition);
+  if (cls == nullptr) {
+    HOSTD_ERROR("GetClass %s: the class object cannot be built", class_name.c_str());
+    send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
+    return CMPI_RC_ERR_FAILED;
+  }
+  CMPIStatus ok = {CMPI_RC_OK, nullptr};
+  CMPIValue none;
+  std::memset(&none, 0, sizeof none);
+  ServerResp *resp = nullptr;
+  EncodedFrame frame;
+  int rc = CMPI_RC_OK;
+  if (getResponseStruct(&resp, GETCLASS, nullptr, nullptr, none, 0, &ok, cls) == 0 &&
+      frame.encode(resp)) {
+    std::string out(frame.data(), frame.size());
+    out += complete_frame();
+    send_to_client(conn, out);
+    HOSTD_TRACE("GetClass %s: %zu properties, %zu methods, %zu parameters sent", class_name.c_str(),
+                definition.properties.size(), definition.methods.size(),
+                definition.parameters.size());
+  } else {
+    HOSTD_ERROR("GetClass %s: the class cannot be encoded", class_name.c_str());
+    send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
+    rc = CMPI_RC_ERR_FAILED;
+  }
+  releaseResponseData(resp);
+  cls->ft->release(cls);
+  return rc;
+}
+
+}  // namespace hostd

@@ -1,0 +1,37 @@
+// class_answer.h - GetClass, answered by the daemon itself from the schema database.
+//
+// Frames: one response frame (the class, or the status CMPI_RC_ERR_INVALID_CLASS for a class the
+// database does not list in that namespace), then "CMPIOPERATION_COMPLETE". An unreadable
+// database gives the error frame "CMPIERROR:1" instead.
+//
+// The class travels as the library encodes a class object: "PropList" and "MethodList" hold the
+// property and method names, "MethodParamList" one instance of class
+// "CMPIUtility_MethodParameter" (in the class's namespace) per method parameter, with the
+// properties "MethodName" (string), "Name" (string), "DataType" (uint16, the CMPI type code) and
+// "Direction" (string: "in", "out" or "inout").
+#ifndef CMPI_HOSTD_CLASS_ANSWER_H
+#define CMPI_HOSTD_CLASS_ANSWER_H
+
+#include <cmpiinterface.h>
+#include <cmpiutility/transport.h>
+
+#include <string>
+
+#include "class_definition.h"
+
+namespace hostd {
+
+inline constexpr char kMethodParameterClass[] = "CMPIUtility_MethodParameter";
+
+// Builds the class object the way the library's class encoder reads it: makeNewCMPIClass with a
+// calloc'd class record of strdup'd texts and CMPIArray fields. The caller releases it through
+// its own release entry. NULL when an object cannot be made.
+CMPIConstClass *build_class(const ClassDefinition &definition);
+
+// Answers the GetClass request for class_name in name_space on conn. Returns the CMPI return
+// code the client was given (0 when the class was sent).
+int answer_get_class(SockInfo *conn, const std::string &class_name, const std::string &name_space);
+
+}  // namespace hostd
+
+#endif  // CMPI_HOSTD_CLASS_ANSWER_H

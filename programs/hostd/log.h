@@ -1,0 +1,31 @@
+// log.h - how cmpi-hostd writes its own log lines.
+//
+// The daemon is a program, not part of the library: it calls dlog_printf directly, always with
+// module 232, so its lines are told apart from the library's (230 and 229) in one log stream.
+//   level 2  errors: a refused peer or request, a failing or misbehaving provider, a failed
+//            system call
+//   level 3  notices: start, stop, limits reached, a worker killed after its answer was complete
+//   level 4  traces: one line per step of a connection
+// The threshold and destination are dlog's: DLOG_LEVEL (set by --log-level) and DLOG_OUTPUT.
+#ifndef CMPI_HOSTD_LOG_H
+#define CMPI_HOSTD_LOG_H
+
+#include <dlog.h>
+
+namespace hostd {
+
+constexpr int kLogModule = 232;
+constexpr int kLogError = 2;
+constexpr int kLogNotice = 3;
+constexpr int kLogTrace = 4;
+
+}  // namespace hostd
+
+#define HOSTD_ERROR(fmt, ...) \
+  dlog_printf(::hostd::kLogError, ::hostd::kLogModule, fmt, ##__VA_ARGS__)
+#define HOSTD_NOTICE(fmt, ...) \
+  dlog_printf(::hostd::kLogNotice, ::hostd::kLogModule, fmt, ##__VA_ARGS__)
+#define HOSTD_TRACE(fmt, ...) \
+  dlog_printf(::hostd::kLogTrace, ::hostd::kLogModule, fmt, ##__VA_ARGS__)
+
+#endif  // CMPI_HOSTD_LOG_H

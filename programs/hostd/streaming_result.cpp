@@ -1,0 +1,177 @@
+// streaming_result.cpp - a CMPIResult that writes each result as a frame at once.
+#include "streaming_result.h"
+
+#include <cmpiinterface.h>
+#include <cmpimacs.h>
+#include <cmpiutility/records.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "frames.h"
+#include "log.h"
+
+namespace hostd {
+namespace {
+
+CMPIStatus status(CMPIrc rc) {
+  CMPIStatus st = {rc, nullptr};
+  return st;
+}
+
+}  // namespace
+
+CMPIResultFT StreamingResult::table_ = {
+    1,
+    &StreamingResult::release,
+    &StreamingResult::clone,
+    &StreamingResult::return_data,
+    &StreamingResult::return_instance,
+    &StreamingResult::return_object_path,
+    &StreamingResult::return_done,
+    &StreamingResult::return_error,
+};
+
+StreamingResult::StreamingResult(int type, int out_fd, CMPIArgs *method_out)
+    : type_(type), out_fd_(out_fd), method_out_(method_out) {
+  result_.hdl = this;
+  result_.ft = &table_;
+}
+
+StreamingResult::~StreamingResult() {
+  if (held_instance_ != nullptr) CMRelease(held_instance_);
+  if (held_path_ != nullptr) CMRelease(held_path_);
+}
+
+StreamingResult *StreamingResult::self(const CMPIResult *result) {
+  return result == nullptr ? nullptr : static_cast<StreamingResult *>(result->hdl);
+}
+
+// The result belongs to the worker, which passes it by address; a provider's release does
+// nothing, and a copy cannot be made.
+CMPIStatus StreamingResult::release(CMPIResult *) { return status(CMPI_RC_OK); }
+
+CMPIResult *StreamingResult::clone(const CMPIResult *, CMPIStatus *rc) {
+  if (rc != nullptr) *rc = status(CMPI_RC_ERR_NOT_SUPPORTED);
+  return nullptr;
+}
+
+CMPIStatus StreamingResult::return_data(const CMPIResult *result, const CMPIValue *value,
+                                        CMPIType type) {
+  StreamingResult *me = self(result);
+  if (me == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  if (me->type_ == INVOKEMETHOD) return me->return_value(value, type);
+  if (value == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
+  if (type == CMPI_instance) return me->instance(value->inst);
+  if (type == CMPI_ref) return me->object_path(value->ref);
+  HOSTD_TRACE("provider returned data of type %u to request type %d; refused",
+              static_cast<unsigned>(type), me->type_);
+  return status(CMPI_RC_ERR_NOT_SUPPORTED);
+}
+
+CMPIStatus StreamingResult::return_instance(const CMPIResult *result, const CMPIInstance *inst) {
+  StreamingResult *me = self(result);
+  if (me == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  if (me->type_ == INVOKEMETHOD) {
+    CMPIValue value;
+    value.inst = const_cast<CMPIInstance *>(inst);
+    return me->return_value(&value, CMPI_instance);
+  }
+  return me->instance(inst);
+}
+
+CMPIStatus StreamingResult::return_object_path(const CMPIResult *result,
+                                               const CMPIObjectPath *ref) {
+  StreamingResult *me = self(result);
+  if (me == nullptr) return status(CMPI_RC_ERR_INVALID_HANDLE);
+  if (me->type_ == INVOKEMETHOD) {
+    CMPIValue value;
+    value.ref = const_cast<CMPIObjectPath *>(ref);
+    return me->return_value(&value, CMPI_ref);
+  }
+  return me->object_path(ref);
+}
+
+CMPIStatus StreamingResult::return_done(const CMPIResult *) { return status(CMPI_RC_OK); }
+
+CMPIStatus StreamingResult::return_error(const CMPIResult *, const CMPIError *) {
+  return status(CMPI_RC_OK);
+}
+
+CMPIStatus StreamingResult::instance(const CMPIInstance *inst) {
+  if (inst == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
+  switch (type_) {
+    case ENUMINST:
+    case ASSOCIATORS:
+    case EXECQUERY:
+      return stream(const_cast<CMPIInstance *>(inst), nullptr);
+    case ENUMINSTNAMES: {
+      CMPIStatus rc = status(CMPI_RC_OK);
+      CMPIObjectPath *path = CMGetObjectPath(inst, &rc);
+      if (path == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
+      CMPIStatus st = stream(nullptr, path);
+      CMRelease(path);
+      return st;
+    }
+    case GETINST:
+      if (held_instance_ != nullptr) {
+        HOSTD_NOTICE("provider returned more than one instance to GetInstance; the first stands");
+        return status(CMPI_RC_OK);
+      }
+      held_instance_ = CMClone(inst, nullptr);
+      return status(held_instance_ != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_FAILED);
+    default:
+      HOSTD_TRACE("provider returned an instance to request type %d; refused", type_);
+      return status(CMPI_RC_ERR_NOT_SUPPORTED);
+  }
+}
+
+CMPIStatus StreamingResult::object_path(const CMPIObjectPath *path) {
+  if (path == nullptr) return status(CMPI_RC_ERR_INVALID_PARAMETER);
+  switch (type_) {
+    case ENUMINSTNAMES:
+      return stream(nullptr, const_cast<CMPIObjectPath *>(path));
+    case CREATEINST:
+      if (held_path_ != nullptr) return status(CMPI_RC_OK);
+      held_path_ = CMClone(path, nullptr);
+      return status(held_path_ != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_FAILED);
+    default:
+      HOSTD_TRACE("provider returned an object path to request type %d; refused", type_);
+      return status(CMPI_RC_ERR_NOT_SUPPORTED);
+  }
+}
+
+CMPIStatus StreamingResult::return_value(const CMPIValue *value, CMPIType type) {
+  if (method_out_ == nullptr) return status(CMPI_RC_ERR_FAILED);
+  // Passed on as given: for CMPI_chars the value pointer is the text itself on this platform.
+  CMPIStatus st = CMAddArg(method_out_, kReturnValueArgument, value, type);
+  if (st.rc == CMPI_RC_OK) return_type_ = type == CMPI_chars ? CMPI_string : type;
+  return st;
+}
+
+CMPIStatus StreamingResult::stream(CMPIInstance *inst, CMPIObjectPath *path) {
+  if (failed_) return status(CMPI_RC_ERR_FAILED);
+  ServerResp *resp = nullptr;
+  CMPIValue none;
+  std::memset(&none, 0, sizeof none);
+  EncodedFrame frame;
+  bool encoded = getResponseStruct(&resp, type_, inst, path, none, 0, nullptr, nullptr) == 0 &&
+                 frame.encode(resp);
+  releaseResponseData(resp);
+  if (!encoded) {
+    HOSTD_ERROR("result %lu of request type %d cannot be encoded; the answer ends with an error",
+                frames_ + 1, type_);
+    failed_ = true;
+    return status(CMPI_RC_ERR_FAILED);
+  }
+  if (!write_all(out_fd_, frame.data(), frame.size())) {
+    HOSTD_ERROR("result %lu of request type %d cannot be passed on: %s", frames_ + 1, type_,
+                std::strerror(errno));
+    failed_ = true;
+    return status(CMPI_RC_ERR_FAILED);
+  }
+  ++frames_;
+  return status(CMPI_RC_OK);
+}
+
+}  // namespace hostd
