@@ -1,0 +1,74 @@
+// output.cpp - text and JSON results, progress line.
+#include "output.h"
+
+#include "value_json.h"
+#include "value_text.h"
+
+namespace cli {
+
+Output::Output(std::ostream &out, std::ostream &err, bool json, bool progress)
+    : out_(out), err_(err), json_(json), progress_(progress) {}
+
+Output::~Output() { clear_progress(); }
+
+void Output::clear_progress() {
+  if (!progress_shown_) return;
+  err_ << "\r\033[K" << std::flush;
+  progress_shown_ = false;
+}
+
+void Output::text(const std::string &text) {
+  if (json_) return;
+  clear_progress();
+  out_ << text;
+}
+
+void Output::member(const std::string &name, const Json::Value &value) {
+  if (json_) document_[name] = value;
+}
+
+void Output::start_list(const std::string &name) {
+  list_ = name;
+  count_ = 0;
+  if (json_) document_[name] = Json::Value(Json::arrayValue);
+}
+
+void Output::counted() {
+  ++count_;
+  if (progress_ && count_ % kProgressStep == 0) {
+    err_ << "\rcmpi-cli: " << count_ << " results so far" << std::flush;
+    progress_shown_ = true;
+  }
+}
+
+void Output::add_instance(const CMPIInstance *inst) {
+  if (json_) {
+    document_[list_].append(instance_json(inst));
+  } else {
+    text((count_ > 0 ? "\n" : "") + instance_text(inst));
+  }
+  counted();
+}
+
+void Output::add_path(const CMPIObjectPath *path) {
+  if (json_) {
+    document_[list_].append(path_json(path));
+  } else {
+    text(path_text(path) + "\n");
+  }
+  counted();
+}
+
+void Output::error(const Json::Value &error) {
+  if (json_) document_["error"] = error;
+}
+
+void Output::finish() {
+  if (finished_) return;
+  finished_ = true;
+  clear_progress();
+  if (json_) out_ << json_text(document_);
+  out_ << std::flush;
+}
+
+}  // namespace cli

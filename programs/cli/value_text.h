@@ -1,0 +1,83 @@
+// value_text.h - readable text of CMPI data, instances and object paths.
+//
+//   instance of Demo_Fan {
+//       DeviceID = "fan0";
+//       Enabled = true;
+//       Speed = 4200;
+//       Tags = {"front", "left"};
+//       Chassis = root/cimv2:Demo_Chassis.Tag="chassis0";
+//       Sensor = instance of Demo_Sensor {
+//           Reading = 42;
+//       };
+//       Notes = NULL;
+//   };
+//
+// Strings, date-times and char16 values are quoted (" and \ escaped), references are shown as
+// their path text, numbers and booleans bare, a null value as NULL.
+#ifndef CMPI_CLI_VALUE_TEXT_H
+#define CMPI_CLI_VALUE_TEXT_H
+
+#include <cmpidt.h>
+#include <cmpiinterface.h>
+
+#include <string>
+#include <vector>
+
+#include "path_syntax.h"
+
+namespace cli {
+
+// The path as parsed form: keys of type string (and date-times) become string keys, numbers
+// integer or real keys, booleans boolean keys, references nested paths.
+ParsedPath to_parsed_path(const CMPIObjectPath *path);
+
+// The path's text in the command-line syntax.
+std::string path_text(const CMPIObjectPath *path);
+
+// The class name of an instance (from its object path).
+std::string instance_class(const CMPIInstance *inst);
+
+// One value. indent is the indentation of the line the value stands on (for embedded instances).
+std::string data_text(CMPIType type, CMPIValue value, bool is_null, int indent = 0);
+
+// The UTF-8 text of a 16-bit character code.
+std::string utf8_character(unsigned code);
+
+// A real as the shortest text that reads back as the same number.
+std::string real_text(double value, bool single);
+
+// The instance block, its lines indented by indent, ending in "};" and a newline when top_level
+// (an embedded one ends in "}" for the caller's ";").
+std::string instance_text(const CMPIInstance *inst, int indent = 0, bool top_level = true);
+
+// "Name = value;\n" for every argument, except the one named skip.
+std::string args_text(const CMPIArgs *args, const std::string &skip);
+
+// What a GetClass answer tells about a class. The method parameters come from the class record
+// that the class object's handle points to (instances of CMPIUtility_MethodParameter).
+struct ParameterInfo {
+  std::string name;
+  CMPIType type = CMPI_null;
+  std::string direction;  // "in", "out" or "inout"
+};
+struct MethodInfo {
+  std::string name;
+  std::vector<ParameterInfo> parameters;
+};
+struct ClassInfo {
+  std::string name;
+  std::string name_space;
+  std::vector<std::string> properties;
+  std::vector<MethodInfo> methods;
+};
+ClassInfo read_class(const CMPIConstClass *cls);
+
+//   class Demo_Fan {
+//       property DeviceID;
+//       method SetSpeed(in uint32 DesiredSpeed, out uint32 PreviousSpeed);
+//   };
+std::string class_text(const ClassInfo &info);
+
+}  // namespace cli
+
+#endif  // CMPI_CLI_VALUE_TEXT_H
