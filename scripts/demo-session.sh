@@ -1,0 +1,97 @@
+#!/usr/bin/env bash
+# The demo session: a provider host with the demo provider on a temporary socket, driven by
+# cmpi-cli through every operation. Used by ./dev demo and run as a test.
+#   scripts/demo-session.sh BUILD_DIR
+# Everything lives in a temporary directory that is removed at the end; the machine's /etc, /lib
+# and /run are not touched.
+set -euo pipefail
+
+build=$(cd "${1:?usage: demo-session.sh BUILD_DIR}" && pwd)
+root=$(cd "$(dirname "$0")/.." && pwd)
+hostd=$build/programs/hostd/cmpi-hostd
+cli=$build/programs/cli/cmpi-cli
+providers=$build/providers/demo/
+for f in "$hostd" "$cli" "$providers/libdemoprovider.so"; do
+  [ -e "$f" ] || { echo "demo: $f is missing; build first (./dev build)" >&2; exit 1; }
+done
+
+work=$(mktemp -d /tmp/cmpi-demo-XXXXXX)
+chmod 0755 "$work"
+hostd_pid=
+cleanup() {
+  if [ -n "$hostd_pid" ] && kill -0 "$hostd_pid" 2>/dev/null; then
+    kill -TERM "$hostd_pid" 2>/dev/null || true
+    wait "$hostd_pid" 2>/dev/null || true
+  fi
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+step() { printf '\n### %s\n' "$*"; }
+run() {
+  printf '$ %s\n' "$*"
+  "$@"
+}
+
+step "1. A schema database from share/schema.sql and share/demo-classes.sql"
+sqlite3 "$work/schema.db" <"$root/share/schema.sql"
+sqlite3 "$work/schema.db" <"$root/share/demo-classes.sql"
+sqlite3 "$work/schema.db" "select ClassName, ProviderName, NameSpace from Tbl_ClassMetadata"
+
+step "2. cmpi-hostd on a temporary socket, with the demo provider"
+# The demo provider keeps its instances in a small SQLite file; its directory is open to every
+# user because requests are served under the requesting user's identity.
+mkdir -m 0777 "$work/state"
+export CMPI_DEMO_STATE=$work/state/demo.db
+socket=$work/hostd.sock
+"$hostd" --foreground --socket "$socket" --schema-db "$work/schema.db" \
+  --provider-dir "$providers" --log-level 2 2>"$work/hostd.log" &
+hostd_pid=$!
+for _ in $(seq 100); do
+  [ -S "$socket" ] && break
+  sleep 0.1
+done
+[ -S "$socket" ] || { echo "demo: cmpi-hostd did not start:" >&2; cat "$work/hostd.log" >&2; exit 1; }
+echo "cmpi-hostd (pid $hostd_pid) listens on $socket"
+export CMPI_HOSTD_SOCKET=$socket
+
+fan='Demo_Fan.DeviceID="fan0",SystemName="bmc0"'
+
+step "3. Enumerate instance names, then get one instance"
+run "$cli" enum-names Demo_Fan
+run "$cli" get "$fan"
+
+step "4. The class definition, answered by the daemon from the schema database"
+run "$cli" get-class Demo_Fan
+
+step "5. Call a method with an input argument; it returns a value and an output argument"
+run "$cli" invoke "$fan" SetSpeed DesiredSpeed:uint32=3000
+
+step "6. Create, modify, enumerate and delete an instance"
+run "$cli" create 'Demo_Chassis.Tag="chassis1"' Manufacturer=ACME Model=X1 FanCount:uint8=0
+run "$cli" modify 'Demo_Chassis.Tag="chassis1"' Model=X2
+run "$cli" enum Demo_Chassis
+run "$cli" delete 'Demo_Chassis.Tag="chassis1"'
+
+step "7. Association traversal and a query"
+run "$cli" associators 'Demo_Chassis.Tag="chassis0"' --assoc-class Demo_ChassisFan --result-class Demo_Fan
+run "$cli" references 'Demo_Chassis.Tag="chassis0"'
+run "$cli" query 'SELECT * FROM Demo_Fan WHERE Speed >= 3000'
+
+step "8. A request served as another user: EffectiveUserID shows the uid of nobody ($(id -u nobody))"
+printf '$ %s --user nobody get %s | grep ...\n' "$cli" "$fan"
+"$cli" --user nobody get "$fan" | grep -E '^instance of|^    EffectiveUserID'
+
+step "9. Errors: a missing instance, an unknown user"
+run "$cli" get 'Demo_Fan.DeviceID="fan9",SystemName="bmc0"' || echo "(exit status $?)"
+run "$cli" --user no-such-user get "$fan" || echo "(exit status $?)"
+
+step "10. An in-process call: the provider loaded into cmpi-cli itself, no daemon involved"
+printf '$ CMPIUTILITY_SCHEMA_DB=... CMPIUTILITY_PROVIDER_DIR=... %s local-get %s | grep ...\n' "$cli" "$fan"
+CMPIUTILITY_SCHEMA_DB=$work/schema.db CMPIUTILITY_PROVIDER_DIR=$providers \
+  "$cli" local-get "$fan" | grep -E '^instance of|^    (DeviceID|Speed|EffectiveUserID) ='
+
+step "11. Stop the daemon"
+kill -TERM "$hostd_pid"
+wait "$hostd_pid" && echo "cmpi-hostd stopped cleanly"
+hostd_pid=
