@@ -1,0 +1,49 @@
+// canned_server.h - the floor of the end-to-end benchmark: an AF_UNIX server thread that reads a
+// request up to its "CMPI_EOF", answers with fixed bytes (an answer captured from cmpi-hostd)
+// and closes, one connection at a time. It does nothing else, so a client talking to it pays
+// only for the sockets and for its own work.
+#ifndef CMPIUTILITY_BENCH_CANNED_SERVER_H
+#define CMPIUTILITY_BENCH_CANNED_SERVER_H
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace bench {
+
+class CannedServer {
+ public:
+  CannedServer() = default;
+  ~CannedServer();
+  CannedServer(const CannedServer &) = delete;
+  CannedServer &operator=(const CannedServer &) = delete;
+
+  // Listens on path (an old file there is removed); false with the reason in *error.
+  bool start(const std::string &path, std::string *error);
+  void stop();
+
+  // The bytes every later connection gets.
+  void set_answer(const std::string &bytes);
+
+  const std::string &path() const { return path_; }
+
+ private:
+  void serve();
+
+  std::string path_;
+  int listen_fd_ = -1;
+  std::atomic<bool> stopping_{false};
+  std::mutex mutex_;
+  std::shared_ptr<const std::string> answer_;
+  std::thread thread_;
+};
+
+// One bare exchange with the canned server (or anyone): connect, send request, receive until
+// the peer closes. Returns the number of bytes received, -1 on a failure.
+long bare_exchange(const std::string &path, const std::string &request);
+
+}  // namespace bench
+
+#endif  // CMPIUTILITY_BENCH_CANNED_SERVER_H

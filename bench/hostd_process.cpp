@@ -1,0 +1,188 @@
+// hostd_process.cpp - the daemon of the end-to-end benchmark and its demo state.
+#include "hostd_process.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+std::string read_file(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void sleep_ms(int ms) {
+  struct timespec ts = {ms / 1000, (ms % 1000) * 1000000L};
+  nanosleep(&ts, nullptr);
+}
+
+// Runs sql on the database at path; false with the reason in *error.
+bool run_sql(const std::string &path, const std::string &sql, std::string *error) {
+  sqlite3 *db = nullptr;
+  if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) {
+    *error = "cannot open " + path + ": " + sqlite3_errmsg(db);
+    sqlite3_close(db);
+    return false;
+  }
+  sqlite3_busy_timeout(db, 10000);
+  char *message = nullptr;
+  const bool ok = sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &message) == SQLITE_OK;
+  if (!ok) *error = "SQL on " + path + " failed: " + (message != nullptr ? message : "?");
+  sqlite3_free(message);
+  sqlite3_close(db);
+  return ok;
+}
+
+// The rows of copies first+1 .. last of fan0 (SQLite's recursive counting query).
+std::string copy_range(size_t first, size_t last) {
+  return "WITH RECURSIVE n(i) AS (SELECT " + std::to_string(first + 1) +
+         " UNION ALL SELECT i + 1 FROM n WHERE i < " + std::to_string(last) + ")";
+}
+
+constexpr const char kCopyKey[] =
+    "'DeviceID=\"' || printf('copy%05d', i) || '\",SystemName=\"bmc0\"'";
+constexpr const char kFan0Key[] = "'DeviceID=\"fan0\",SystemName=\"bmc0\"'";
+
+}  // namespace
+
+HostdProcess::~HostdProcess() { stop(); }
+
+bool HostdProcess::start(std::string *error) {
+  char name[] = "/tmp/cmpi-bench-XXXXXX";
+  if (mkdtemp(name) == nullptr) {
+    *error = std::string("mkdtemp: ") + strerror(errno);
+    return false;
+  }
+  dir_ = name;
+  socket_ = dir_ + "/hostd.sock";
+  schema_db_ = dir_ + "/schema.db";
+  provider_dir_ = std::string(DEMO_PROVIDER_DIR) + "/";
+  state_file_ = dir_ + "/demo-state.db";
+  log_file_ = dir_ + "/hostd.log";
+  const std::string share = SHARE_DIR;
+  if (!run_sql(schema_db_, read_file(share + "/schema.sql"), error) ||
+      !run_sql(schema_db_, read_file(share + "/demo-classes.sql"), error)) {
+    return false;
+  }
+
+  std::vector<std::string> args = {
+      HOSTD_BINARY,     "--foreground", "--socket",    socket_, "--schema-db", schema_db_,
+      "--provider-dir", provider_dir_,  "--log-level", "3",     "--mode",      "0600"};
+  const pid_t parent = getpid();
+  pid_ = fork();
+  if (pid_ < 0) {
+    *error = std::string("fork: ") + strerror(errno);
+    return false;
+  }
+  if (pid_ == 0) {
+    // The daemon goes when the benchmark goes, however it ends.
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != parent) _exit(127);
+    setenv("DLOG_OUTPUT", log_file_.c_str(), 1);
+    setenv("CMPI_DEMO_STATE", state_file_.c_str(), 1);
+    const int null_fd = open("/dev/null", O_RDWR);
+    dup2(null_fd, STDIN_FILENO);
+    dup2(null_fd, STDOUT_FILENO);
+    std::vector<char *> argv;
+    for (std::string &a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  const std::string listening = "module=232: listening on " + socket_ + "\n";
+  for (int i = 0; i < 1000; ++i) {
+    int status = 0;
+    if (waitpid(pid_, &status, WNOHANG) == pid_) {
+      pid_ = -1;
+      *error = "cmpi-hostd ended at start (wait status " + std::to_string(status) + "); log " +
+               log_file_ + ":\n" + read_file(log_file_);
+      return false;
+    }
+    if (read_file(log_file_).find(listening) != std::string::npos) return true;
+    sleep_ms(10);
+  }
+  *error = "cmpi-hostd did not start listening within 10 s";
+  return false;
+}
+
+void HostdProcess::stop() {
+  if (pid_ > 0) {
+    kill(pid_, SIGTERM);
+    int status = 0;
+    bool ended = false;
+    for (int i = 0; i < 1500 && !ended; ++i) {
+      ended = waitpid(pid_, &status, WNOHANG) == pid_;
+      if (!ended) sleep_ms(10);
+    }
+    if (!ended) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, &status, 0);
+    }
+    pid_ = -1;
+  }
+  if (!dir_.empty() && getenv("BENCH_KEEP") == nullptr) {
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+    dir_.clear();
+  }
+}
+
+bool HostdProcess::set_fan_count(size_t count, std::string *error) {
+  if (count < 2) {
+    *error = "the demo state always holds fan0 and fan1";
+    return false;
+  }
+  if (access(state_file_.c_str(), F_OK) != 0) {
+    *error = "the demo state " + state_file_ + " does not exist yet";
+    return false;
+  }
+  const size_t copies = count - 2;
+  if (copies == copies_) return true;
+  std::string sql = "BEGIN IMMEDIATE;";
+  if (copies > copies_) {
+    const std::string range = copy_range(copies_, copies);
+    sql += range + " INSERT INTO DemoInstance (ClassName, InstanceKey) SELECT 'Demo_Fan', " +
+           kCopyKey + " FROM n;";
+    sql += range +
+           " INSERT INTO DemoProperty (ClassName, InstanceKey, Name, DataType, Value)"
+           " SELECT 'Demo_Fan', " +
+           kCopyKey +
+           ", p.Name, p.DataType,"
+           " CASE p.Name WHEN 'DeviceID' THEN printf('copy%05d', i) ELSE p.Value END"
+           " FROM n, DemoProperty p WHERE p.ClassName = 'Demo_Fan' AND p.InstanceKey = " +
+           kFan0Key + ";";
+  } else {
+    const std::string range = copy_range(copies, copies_);
+    sql += range +
+           " DELETE FROM DemoInstance WHERE ClassName = 'Demo_Fan' AND InstanceKey IN"
+           " (SELECT " +
+           kCopyKey + " FROM n);";
+    sql += range +
+           " DELETE FROM DemoProperty WHERE ClassName = 'Demo_Fan' AND InstanceKey IN"
+           " (SELECT " +
+           kCopyKey + " FROM n);";
+  }
+  sql += "COMMIT;";
+  if (!run_sql(state_file_, sql, error)) return false;
+  copies_ = copies;
+  return true;
+}
+
+}  // namespace bench

@@ -1,0 +1,50 @@
+// hostd_process.h - a cmpi-hostd for the end-to-end benchmark: a temporary directory with a
+// schema database (share/schema.sql + share/demo-classes.sql), a provider directory holding the
+// demo provider, the demo's state file, and the daemon running in the foreground on a socket in
+// that directory. Everything goes away with the object (the daemon is stopped with SIGTERM).
+#ifndef CMPIUTILITY_BENCH_HOSTD_PROCESS_H
+#define CMPIUTILITY_BENCH_HOSTD_PROCESS_H
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace bench {
+
+class HostdProcess {
+ public:
+  HostdProcess() = default;
+  ~HostdProcess();
+  HostdProcess(const HostdProcess &) = delete;
+  HostdProcess &operator=(const HostdProcess &) = delete;
+
+  // Makes the directory and starts the daemon (log level 3, its log in the directory); returns
+  // once the daemon says it listens. On failure *error says why.
+  bool start(std::string *error);
+  // SIGTERM, wait (SIGKILL after 15 s); removes the directory.
+  void stop();
+
+  const std::string &socket() const { return socket_; }
+  const std::string &directory() const { return dir_; }
+
+  // Makes the demo's state hold exactly count Demo_Fan instances (count >= 2): the initial fan0
+  // and fan1 plus copies of fan0 whose DeviceID is "copyNNNNN". The state file must exist, i.e.
+  // the demo provider must have served one request. The rows are written straight into the
+  // state file (its tables are described in providers/demo/state_store.h); the daemon opens the
+  // file anew for every request, so the next request sees them.
+  bool set_fan_count(size_t count, std::string *error);
+
+ private:
+  std::string dir_;
+  std::string socket_;
+  std::string schema_db_;
+  std::string provider_dir_;
+  std::string state_file_;
+  std::string log_file_;
+  pid_t pid_ = -1;
+  size_t copies_ = 0;
+};
+
+}  // namespace bench
+
+#endif  // CMPIUTILITY_BENCH_HOSTD_PROCESS_H
