@@ -255,22 +255,31 @@ int createConstClass(ServerResp *response, const Json::Value &document) {
       {"MethodParamList", CMPI_instance, &record->methodParameters},
   };
   for (const List &list : lists) {
-    const Json::Value &encoded = member(document, list.member);
-    const CMPICount count = member(encoded, "Value").size();
-    status = CMPIStatus{CMPI_RC_OK, nullptr};
-    CMPIArray *array = makeNewCMPIArray(count, list.element_type, &status);
-    if (status_code(status) != 0 || array == nullptr) {
-      CMPIU_ERROR("Error while creating array");
-      if (array != nullptr) CMRelease(array);
-      return discard();
-    }
-    if ((setCMArrayElement(array, encoded, list.element_type) & 1) != 0) {
-      CMPIU_ERROR("Error while serializing array");
+    CMPIArray *array = nullptr;
+    try {
+      const Json::Value &encoded = member(document, list.member);
+      const CMPICount count = member(encoded, "Value").size();
+      status = CMPIStatus{CMPI_RC_OK, nullptr};
+      array = makeNewCMPIArray(count, list.element_type, &status);
+      if (status_code(status) != 0 || array == nullptr) {
+        CMPIU_ERROR("Error while creating array");
+        if (array != nullptr) CMRelease(array);
+        return discard();
+      }
+      if ((setCMArrayElement(array, encoded, list.element_type) & 1) != 0) {
+        CMPIU_ERROR("Error while serializing array");
+        CMRelease(array);
+        return discard();
+      }
+      *list.field = CMClone(array, nullptr);
       CMRelease(array);
-      return discard();
+    } catch (...) {
+      // A conversion exception of the JSON library goes on to the caller, as the contract says,
+      // but what was built here is released first.
+      if (array != nullptr) CMRelease(array);
+      discard();
+      throw;
     }
-    *list.field = CMClone(array, nullptr);
-    CMRelease(array);
   }
   cls->hdl = record;
   response->constClass = cls;

@@ -164,6 +164,18 @@ TEST(DeserializeResp, NegativeNumbersRaiseTheConversionErrorWithoutLeaking) {
                Json::LogicError);
 }
 
+// Found by the response fuzzer: a method parameter whose property is a bare string instead of a
+// value object makes the decoder's conversion throw half-way through a class. The exception
+// goes on to the caller; the class, its record and the lists built so far must not be lost
+// (the sanitizer build checks that nothing leaks).
+TEST(DeserializeResp, ConversionErrorInsideAClassReleasesWhatWasBuilt) {
+  EXPECT_THROW(deserializeResp("{\"ClassName\":\"C\",\"MethodParamList\":{\"Value\":[{"
+                               "\"ClassName\":\"P\",\"InstanceProps\":{\"x\":\"s\"},"
+                               "\"NameSpace\":\"n\"}]},\"NameSpace\":\"n\","
+                               "\"PropList\":{\"Value\":[\"a\"]},\"RequestType\":10}"),
+               Json::LogicError);
+}
+
 class InstanceDocument : public ::testing::TestWithParam<int> {};
 
 TEST_P(InstanceDocument, YieldsPathAndInstance) {
