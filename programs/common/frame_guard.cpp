@@ -1,0 +1,44 @@
+// frame_guard.cpp - escaping the terminator inside a frame's document.
+#include "frame_guard.h"
+
+#include <cstring>
+
+#include "wire.h"
+
+namespace wire {
+namespace {
+
+// "CMPI" "_" "EOF": the underscore stands at this offset.
+constexpr std::size_t kUnderscoreAt = 4;
+constexpr char kEscapedUnderscore[] = "\\u005f";
+
+std::size_t guard_range(std::string *text, std::size_t end) {
+  std::size_t rewritten = 0;
+  std::size_t at = 0;
+  while (end >= kTerminator.size() && at + kTerminator.size() <= end) {
+    const char *found = static_cast<const char *>(
+        memmem(text->data() + at, end - at, kTerminator.data(), kTerminator.size()));
+    if (found == nullptr) break;
+    const std::size_t pos = static_cast<std::size_t>(found - text->data());
+    text->replace(pos + kUnderscoreAt, 1, kEscapedUnderscore);
+    const std::size_t grown = sizeof kEscapedUnderscore - 2;
+    end += grown;
+    at = pos + kTerminator.size() + grown;
+    ++rewritten;
+  }
+  return rewritten;
+}
+
+}  // namespace
+
+std::size_t guard_frame(std::string *frame) {
+  const std::size_t last = frame->rfind(kTerminator);
+  if (last == std::string::npos) return 0;
+  return guard_range(frame, last);
+}
+
+std::size_t guard_document(std::string *document) {
+  return guard_range(document, document->size());
+}
+
+}  // namespace wire

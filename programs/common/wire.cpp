@@ -1,0 +1,26 @@
+// wire.cpp - control frames.
+#include "wire.h"
+
+namespace wire {
+
+std::string complete_frame() {
+  std::string frame(kCompleteToken);
+  frame += kTerminator;
+  return frame;
+}
+
+std::string error_frame(int rc) {
+  std::string frame(kErrorToken);
+  frame += ':';
+  frame += std::to_string(rc);
+  frame += kTerminator;
+  return frame;
+}
+
+FrameKind classify_frame(std::string_view text) {
+  if (text.substr(0, kCompleteToken.size()) == kCompleteToken) return FrameKind::kComplete;
+  if (text.substr(0, kErrorToken.size()) == kErrorToken) return FrameKind::kError;
+  return FrameKind::kData;
+}
+
+}  // namespace wire
