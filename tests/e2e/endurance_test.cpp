@@ -13,8 +13,8 @@ using Endurance = HostdTest;
 
 TEST_F(Endurance, TwoHundredSequentialRequestsLeaveDescriptorsAndMemoryAlone) {
   for (int i = 0; i < 10; ++i) ASSERT_EQ(get_fan("fan0").rc, 0);
-  // Let the supervisors of the warm-up end before the first measurement.
-  ASSERT_TRUE(daemon_.wait_for(Hostd("supervisor N done", 4)));
+  // Let the warm-up settle before the first measurement.
+  ASSERT_TRUE(daemon_.wait_for(Hostd("GetInstance of Demo_Fan for root: answered with 2 frames by worker N", 4)));
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   const int fds_before = open_fd_count(daemon_.pid());
   const long rss_before = resident_kib(daemon_.pid());

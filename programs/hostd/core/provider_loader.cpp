@@ -6,24 +6,6 @@
 
 namespace hostd {
 
-const char *mi_kind_name(MIKind kind) {
-  switch (kind) {
-    case MIKind::kInstance:
-      return "Instance";
-    case MIKind::kMethod:
-      return "Method";
-    case MIKind::kAssociation:
-      return "Association";
-  }
-  return "?";
-}
-
-MIKind mi_kind_for(int type) {
-  if (type == INVOKEMETHOD) return MIKind::kMethod;
-  if (type == ASSOCIATORS) return MIKind::kAssociation;
-  return MIKind::kInstance;
-}
-
 ProviderLibrary::~ProviderLibrary() { close(); }
 
 bool ProviderLibrary::open(const std::string &path, std::string *why) {
@@ -39,11 +21,11 @@ bool ProviderLibrary::open(const std::string &path, std::string *why) {
 
 void *ProviderLibrary::factory(const std::string &provider, MIKind kind, bool *generic) const {
   if (handle_ == nullptr) return nullptr;
-  std::string specific = provider + "_Create_" + mi_kind_name(kind) + "MI";
+  std::string specific = provider + "_Create_" + wire::mi_kind_name(kind) + "MI";
   void *symbol = dlsym(handle_, specific.c_str());
   *generic = false;
   if (symbol != nullptr) return symbol;
-  std::string fallback = std::string("_Generic_Create_") + mi_kind_name(kind) + "MI";
+  std::string fallback = std::string("_Generic_Create_") + wire::mi_kind_name(kind) + "MI";
   symbol = dlsym(handle_, fallback.c_str());
   *generic = symbol != nullptr;
   return symbol;
@@ -78,6 +60,8 @@ CreateOutcome create_mi(const ProviderLibrary &library, const std::string &provi
                 ? reinterpret_cast<CMPIGenericAssociationMIFactory>(symbol)(broker, ctx, name, rc)
                 : reinterpret_cast<CMPIAssociationMIFactory>(symbol)(broker, ctx, rc);
       break;
+    case MIKind::kNone:
+      return CreateOutcome::kNoFactory;
   }
   if (*mi == nullptr || rc->rc != CMPI_RC_OK) return CreateOutcome::kFactoryFailed;
   return CreateOutcome::kCreated;

@@ -9,7 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "frames.h"
+#include "response_frames.h"
+#include "shown.h"
+#include "wire.h"
 #include "locations.h"
 #include "log.h"
 
@@ -68,23 +70,19 @@ CMPIArray *parameter_array(const ClassDefinition &definition) {
   return array;
 }
 
-// Sends one status-only GetClass frame and the completion frame.
-void send_class_status(SockInfo *conn, CMPIrc code, const char *message) {
+// One status-only GetClass frame and the completion frame.
+std::string class_status(CMPIrc code, const char *message) {
   CMPIStatus status = {code, CreateString(message, nullptr)};
-  ServerResp *resp = nullptr;
-  CMPIValue none;
-  std::memset(&none, 0, sizeof none);
-  EncodedFrame frame;
-  if (getResponseStruct(&resp, GETCLASS, nullptr, nullptr, none, 0, &status, nullptr) == 0 &&
-      frame.encode(resp)) {
-    std::string out(frame.data(), frame.size());
-    out += complete_frame();
-    send_to_client(conn, out);
+  ResponseParts parts;
+  parts.status = &status;
+  std::string out;
+  if (append_response_frame(GETCLASS, parts, &out)) {
+    out += wire::complete_frame();
   } else {
-    send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
+    out = wire::error_frame(CMPI_RC_ERR_FAILED);
   }
-  releaseResponseData(resp);
   if (status.msg != nullptr) CMRelease(status.msg);
+  return out;
 }
 
 }  // namespace
@@ -112,59 +110,57 @@ CMPIConstClass *build_class(const ClassDefinition &definition) {
   return cls;
 }
 
-int answer_get_class(SockInfo *conn, const std::string &class_name, const std::string &name_space) {
+std::string answer_get_class(const std::string &class_name, const std::string &name_space,
+                             int *rc) {
   const std::string database = schema_database_path();
   ClassDefinition definition;
   std::string why;
   switch (load_class_definition(database, class_name, &definition, &why)) {
     case ClassLookup::kFailed:
-      HOSTD_ERROR("GetClass %s: the schema database cannot be read: %s", class_name.c_str(),
+      HOSTD_ERROR("GetClass %s: the schema database cannot be read: %s", shown(class_name).c_str(),
                   why.c_str());
-      send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
-      return CMPI_RC_ERR_FAILED;
+      *rc = CMPI_RC_ERR_FAILED;
+      return wire::error_frame(CMPI_RC_ERR_FAILED);
     case ClassLookup::kUnknownClass:
-      HOSTD_ERROR("GetClass %s: no such class in the schema database", class_name.c_str());
-      send_class_status(conn, CMPI_RC_ERR_INVALID_CLASS, "no such class");
-      return CMPI_RC_ERR_INVALID_CLASS;
+      HOSTD_ERROR("GetClass %s: no such class in the schema database", shown(class_name).c_str());
+      *rc = CMPI_RC_ERR_INVALID_CLASS;
+      return class_status(CMPI_RC_ERR_INVALID_CLASS, "no such class");
     case ClassLookup::kFound:
       break;
   }
   if (definition.name_space.empty()) {
     definition.name_space = name_space;
   } else if (strcasecmp(definition.name_space.c_str(), name_space.c_str()) != 0) {
-    HOSTD_ERROR("GetClass %s: the class lives in namespace %s, not in %s", class_name.c_str(),
-                definition.name_space.c_str(), name_space.c_str());
-    send_class_status(conn, CMPI_RC_ERR_INVALID_CLASS, "no such class in this namespace");
-    return CMPI_RC_ERR_INVALID_CLASS;
+    HOSTD_ERROR("GetClass %s: the class lives in namespace %s, not in %s",
+                shown(class_name).c_str(), shown(definition.name_space).c_str(),
+                shown(name_space).c_str());
+    *rc = CMPI_RC_ERR_INVALID_CLASS;
+    return class_status(CMPI_RC_ERR_INVALID_CLASS, "no such class in this namespace");
   }
   CMPIConstClass *cls = build_class(definition);
   if (cls == nullptr) {
-    HOSTD_ERROR("GetClass %s: the class object cannot be built", class_name.c_str());
-    send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
-    return CMPI_RC_ERR_FAILED;
+    HOSTD_ERROR("GetClass %s: the class object cannot be built", shown(class_name).c_str());
+    *rc = CMPI_RC_ERR_FAILED;
+    return wire::error_frame(CMPI_RC_ERR_FAILED);
   }
   CMPIStatus ok = {CMPI_RC_OK, nullptr};
-  CMPIValue none;
-  std::memset(&none, 0, sizeof none);
-  ServerResp *resp = nullptr;
-  EncodedFrame frame;
-  int rc = CMPI_RC_OK;
-  if (getResponseStruct(&resp, GETCLASS, nullptr, nullptr, none, 0, &ok, cls) == 0 &&
-      frame.encode(resp)) {
-    std::string out(frame.data(), frame.size());
-    out += complete_frame();
-    send_to_client(conn, out);
-    HOSTD_TRACE("GetClass %s: %zu properties, %zu methods, %zu parameters sent", class_name.c_str(),
-                definition.properties.size(), definition.methods.size(),
-                definition.parameters.size());
+  ResponseParts parts;
+  parts.status = &ok;
+  parts.cls = cls;
+  std::string out;
+  if (append_response_frame(GETCLASS, parts, &out)) {
+    out += wire::complete_frame();
+    *rc = CMPI_RC_OK;
+    HOSTD_TRACE("GetClass %s: %zu properties, %zu methods, %zu parameters sent",
+                shown(class_name).c_str(), definition.properties.size(),
+                definition.methods.size(), definition.parameters.size());
   } else {
-    HOSTD_ERROR("GetClass %s: the class cannot be encoded", class_name.c_str());
-    send_to_client(conn, error_frame(CMPI_RC_ERR_FAILED));
-    rc = CMPI_RC_ERR_FAILED;
+    HOSTD_ERROR("GetClass %s: the class cannot be encoded", shown(class_name).c_str());
+    out = wire::error_frame(CMPI_RC_ERR_FAILED);
+    *rc = CMPI_RC_ERR_FAILED;
   }
-  releaseResponseData(resp);
   cls->ft->release(cls);
-  return rc;
+  return out;
 }
 
 }  // namespace hostd

@@ -12,14 +12,11 @@
 
 #include <string>
 
+#include "operations.h"
+
 namespace hostd {
 
-enum class MIKind { kInstance, kMethod, kAssociation };
-
-const char *mi_kind_name(MIKind kind);  // "Instance", "Method", "Association"
-
-// The MI kind that serves a request type.
-MIKind mi_kind_for(int type);
+using wire::MIKind;
 
 class ProviderLibrary {
  public:

@@ -1,9 +1,8 @@
 // streaming_result.h - the CMPIResult that the worker hands to a provider.
 //
 // Each instance or object path that the provider returns into an enumerating operation is
-// packed with getResponseStruct, encoded with serializeResponse and written to the worker's
-// pipe as one frame at once, then the record is freed: an enumeration of any size needs the
-// memory of one result at a time.
+// written as one frame (append_response_frame) and passed to the worker's frame sink at once:
+// an enumeration of any size needs the memory of one result at a time.
 //
 // What each request type does with what is returned:
 //   ENUMINST, ASSOCIATORS, EXECQUERY  returnInstance streams an instance frame
@@ -23,14 +22,16 @@
 #include <cmpidt.h>
 #include <cmpift.h>
 
-namespace hostd {
+#include <string>
 
-inline constexpr char kReturnValueArgument[] = "__ReturnValue";
+#include "frame_sink.h"
+
+namespace hostd {
 
 class StreamingResult {
  public:
   // method_out: the output arguments of an INVOKEMETHOD request (else NULL).
-  StreamingResult(int type, int out_fd, CMPIArgs *method_out);
+  StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out);
   ~StreamingResult();
   StreamingResult(const StreamingResult &) = delete;
   StreamingResult &operator=(const StreamingResult &) = delete;
@@ -62,7 +63,8 @@ class StreamingResult {
   static CMPIResultFT table_;
   CMPIResult result_;
   int type_;
-  int out_fd_;
+  FrameSink *sink_;
+  std::string frame_;
   CMPIArgs *method_out_;
   CMPIInstance *held_instance_ = nullptr;
   CMPIObjectPath *held_path_ = nullptr;

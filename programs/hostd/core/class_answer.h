@@ -13,7 +13,6 @@
 #define CMPI_HOSTD_CLASS_ANSWER_H
 
 #include <cmpiinterface.h>
-#include <cmpiutility/transport.h>
 
 #include <string>
 
@@ -28,9 +27,10 @@ inline constexpr char kMethodParameterClass[] = "CMPIUtility_MethodParameter";
 // its own release entry. NULL when an object cannot be made.
 CMPIConstClass *build_class(const ClassDefinition &definition);
 
-// Answers the GetClass request for class_name in name_space on conn. Returns the CMPI return
-// code the client was given (0 when the class was sent).
-int answer_get_class(SockInfo *conn, const std::string &class_name, const std::string &name_space);
+// The whole answer to a GetClass request for class_name in name_space: the frames to send.
+// *rc is the CMPI return code the client is given (0 when the class is sent).
+std::string answer_get_class(const std::string &class_name, const std::string &name_space,
+                             int *rc);
 
 }  // namespace hostd
 

@@ -8,7 +8,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "frames.h"
+#include "response_frames.h"
+#include "wire.h"
 #include "log.h"
 
 namespace hostd {
@@ -32,8 +33,8 @@ CMPIResultFT StreamingResult::table_ = {
     &StreamingResult::return_error,
 };
 
-StreamingResult::StreamingResult(int type, int out_fd, CMPIArgs *method_out)
-    : type_(type), out_fd_(out_fd), method_out_(method_out) {
+StreamingResult::StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out)
+    : type_(type), sink_(sink), method_out_(method_out) {
   result_.hdl = this;
   result_.ft = &table_;
 }
@@ -144,27 +145,24 @@ CMPIStatus StreamingResult::object_path(const CMPIObjectPath *path) {
 CMPIStatus StreamingResult::return_value(const CMPIValue *value, CMPIType type) {
   if (method_out_ == nullptr) return status(CMPI_RC_ERR_FAILED);
   // Passed on as given: for CMPI_chars the value pointer is the text itself on this platform.
-  CMPIStatus st = CMAddArg(method_out_, kReturnValueArgument, value, type);
+  CMPIStatus st = CMAddArg(method_out_, wire::kReturnValueArgument, value, type);
   if (st.rc == CMPI_RC_OK) return_type_ = type == CMPI_chars ? CMPI_string : type;
   return st;
 }
 
 CMPIStatus StreamingResult::stream(CMPIInstance *inst, CMPIObjectPath *path) {
   if (failed_) return status(CMPI_RC_ERR_FAILED);
-  ServerResp *resp = nullptr;
-  CMPIValue none;
-  std::memset(&none, 0, sizeof none);
-  EncodedFrame frame;
-  bool encoded = getResponseStruct(&resp, type_, inst, path, none, 0, nullptr, nullptr) == 0 &&
-                 frame.encode(resp);
-  releaseResponseData(resp);
-  if (!encoded) {
+  ResponseParts parts;
+  parts.instance = inst;
+  parts.path = path;
+  frame_.clear();
+  if (!append_response_frame(type_, parts, &frame_)) {
     HOSTD_ERROR("result %lu of request type %d cannot be encoded; the answer ends with an error",
                 frames_ + 1, type_);
     failed_ = true;
     return status(CMPI_RC_ERR_FAILED);
   }
-  if (!write_all(out_fd_, frame.data(), frame.size())) {
+  if (!sink_->send(frame_)) {
     HOSTD_ERROR("result %lu of request type %d cannot be passed on: %s", frames_ + 1, type_,
                 std::strerror(errno));
     failed_ = true;

@@ -1,0 +1,142 @@
+// admission.cpp - the allow list, peer credentials and the principal policy.
+#include "admission.h"
+
+#include <grp.h>
+#include <pwd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace hostd {
+namespace {
+
+bool add_users(const std::vector<std::string> &names, const char *option, PeerSet *set,
+               std::string *error) {
+  for (const std::string &name : names) {
+    const struct passwd *pw = getpwnam(name.c_str());
+    if (pw == nullptr) {
+      *error = std::string(option) + ": no local user '" + name + "'";
+      return false;
+    }
+    set->add_uid(pw->pw_uid);
+  }
+  return true;
+}
+
+bool add_groups(const std::vector<std::string> &names, const char *option, PeerSet *set,
+                std::string *error) {
+  for (const std::string &name : names) {
+    const struct group *gr = getgrnam(name.c_str());
+    if (gr == nullptr) {
+      *error = std::string(option) + ": no local group '" + name + "'";
+      return false;
+    }
+    set->add_gid(gr->gr_gid);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool PeerSet::contains(const PeerCredentials &peer) const {
+  if (uids_.count(peer.uid) != 0) return true;
+  if (gids_.count(peer.gid) != 0) return true;
+  for (gid_t g : peer.groups) {
+    if (gids_.count(g) != 0) return true;
+  }
+  return false;
+}
+
+bool AdmissionPolicy::admits(const PeerCredentials &peer) const {
+  return peer.uid == 0 || peer.uid == daemon_uid || allowed.contains(peer) ||
+         proxies.contains(peer);
+}
+
+PeerKind AdmissionPolicy::kind_of(const PeerCredentials &peer) const {
+  if (peer.uid == 0) return PeerKind::kRoot;
+  if (proxies.contains(peer)) return PeerKind::kProxy;
+  return PeerKind::kSelf;
+}
+
+const char *peer_kind_name(PeerKind kind) {
+  switch (kind) {
+    case PeerKind::kRoot:
+      return "root";
+    case PeerKind::kProxy:
+      return "proxy";
+    case PeerKind::kSelf:
+      break;
+  }
+  return "self";
+}
+
+bool build_admission_policy(const AdmissionOptions &options, uid_t daemon_uid,
+                            AdmissionPolicy *policy, std::string *error) {
+  policy->daemon_uid = daemon_uid;
+  policy->proxies_may_be_root = options.proxy_root;
+  return add_users(options.allow_users, "--allow-user", &policy->allowed, error) &&
+         add_groups(options.allow_groups, "--allow-group", &policy->allowed, error) &&
+         add_users(options.proxy_users, "--allow-proxy-user", &policy->proxies, error) &&
+         add_groups(options.proxy_groups, "--allow-proxy-group", &policy->proxies, error);
+}
+
+PrincipalVerdict decide_principal(const AdmissionPolicy &policy, const PeerCredentials &peer,
+                                  const std::string &user, Principal *principal) {
+  if (user.empty()) return PrincipalVerdict::kMissing;
+  struct passwd pw;
+  struct passwd *found = nullptr;
+  char buffer[4096];
+  if (getpwnam_r(user.c_str(), &pw, buffer, sizeof buffer, &found) != 0 || found == nullptr) {
+    return PrincipalVerdict::kUnknownUser;
+  }
+  if (policy.daemon_uid != 0 && pw.pw_uid != policy.daemon_uid) {
+    return PrincipalVerdict::kNotOwnUser;
+  }
+  switch (policy.kind_of(peer)) {
+    case PeerKind::kRoot:
+      break;
+    case PeerKind::kProxy:
+      if (pw.pw_uid == 0 && !policy.proxies_may_be_root) return PrincipalVerdict::kNotAllowed;
+      break;
+    case PeerKind::kSelf:
+      if (pw.pw_uid != peer.uid) return PrincipalVerdict::kNotAllowed;
+      break;
+  }
+  principal->name = pw.pw_name;
+  principal->uid = pw.pw_uid;
+  principal->gid = pw.pw_gid;
+  return PrincipalVerdict::kServe;
+}
+
+bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error) {
+  struct ucred cred;
+  socklen_t length = sizeof cred;
+  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &length) != 0 || length != sizeof cred) {
+    *error = std::string("SO_PEERCRED: ") + std::strerror(errno);
+    return false;
+  }
+  peer->pid = cred.pid;
+  peer->uid = cred.uid;
+  peer->gid = cred.gid;
+  peer->groups.clear();
+#ifdef SO_PEERGROUPS
+  // The kernel reports the peer's supplementary groups as they were at connect time; a kernel
+  // without the option leaves only the primary group to match.
+  std::vector<gid_t> groups(32);
+  for (int attempt = 0; attempt < 4; ++attempt) {
+    socklen_t bytes = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
+    if (getsockopt(fd, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &bytes) == 0) {
+      groups.resize(bytes / sizeof(gid_t));
+      peer->groups = groups;
+      break;
+    }
+    if (errno != ERANGE) break;
+    groups.resize(bytes / sizeof(gid_t) + 1);
+  }
+#endif
+  return true;
+}
+
+}  // namespace hostd

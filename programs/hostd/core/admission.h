@@ -1,0 +1,95 @@
+// admission.h - who may connect, and as whom a connected peer may act.
+//
+// Connecting: the peer's kernel credentials (SO_PEERCRED, read before a byte of the request) are
+// matched against the allow list. root and the daemon's own user are always on it;
+// --allow-user/--allow-group add users and groups; proxies (below) are admitted too.
+//
+// Acting: a request names its "Principal", the local user it is served as. Three kinds of peer:
+//   root     may act as any local user;
+//   proxy    (--allow-proxy-user/--allow-proxy-group) may act as any local user except root,
+//            and as root too only with --allow-proxy-root; such peers speak for many users, as
+//            an object manager or a protocol front end does;
+//   self     every other admitted peer may act only as itself.
+// A daemon that does not run as root can only serve its own user, whoever asks.
+#ifndef CMPI_HOSTD_ADMISSION_H
+#define CMPI_HOSTD_ADMISSION_H
+
+#include <sys/types.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace hostd {
+
+struct PeerCredentials {
+  pid_t pid = 0;
+  uid_t uid = 0;
+  gid_t gid = 0;
+  std::vector<gid_t> groups;  // supplementary groups, when the kernel reports them
+};
+
+// A set of users and groups a peer can belong to.
+class PeerSet {
+ public:
+  void add_uid(uid_t uid) { uids_.insert(uid); }
+  void add_gid(gid_t gid) { gids_.insert(gid); }
+  bool contains(const PeerCredentials &peer) const;
+  bool empty() const { return uids_.empty() && gids_.empty(); }
+
+ private:
+  std::set<uid_t> uids_;
+  std::set<gid_t> gids_;
+};
+
+enum class PeerKind { kRoot, kProxy, kSelf };
+
+struct AdmissionPolicy {
+  PeerSet allowed;             // may connect
+  PeerSet proxies;             // may act as other users
+  bool proxies_may_be_root = false;
+  uid_t daemon_uid = 0;
+
+  bool admits(const PeerCredentials &peer) const;
+  PeerKind kind_of(const PeerCredentials &peer) const;
+};
+
+struct AdmissionOptions {
+  std::vector<std::string> allow_users;
+  std::vector<std::string> allow_groups;
+  std::vector<std::string> proxy_users;
+  std::vector<std::string> proxy_groups;
+  bool proxy_root = false;
+};
+
+// Resolves the names; an unknown name is an error (*error names the option and the name).
+bool build_admission_policy(const AdmissionOptions &options, uid_t daemon_uid,
+                            AdmissionPolicy *policy, std::string *error);
+
+// SO_PEERCRED (and SO_PEERGROUPS when available) of a connected AF_UNIX socket.
+bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error);
+
+// The local user a request is served as.
+struct Principal {
+  std::string name;
+  uid_t uid = 0;
+  gid_t gid = 0;
+};
+
+enum class PrincipalVerdict {
+  kServe,        // *principal is filled
+  kMissing,      // the request names no principal
+  kUnknownUser,  // no local user of that name
+  kNotOwnUser,   // the daemon is not root and the principal is another user
+  kNotAllowed,   // the peer may not act as that user
+};
+
+// Decides whether peer may have a request served as user (the request's "Principal").
+PrincipalVerdict decide_principal(const AdmissionPolicy &policy, const PeerCredentials &peer,
+                                  const std::string &user, Principal *principal);
+
+const char *peer_kind_name(PeerKind kind);  // "root", "proxy", "self"
+
+}  // namespace hostd
+
+#endif  // CMPI_HOSTD_ADMISSION_H

@@ -1,0 +1,61 @@
+// channel.h - the messages between the front process and a worker.
+//
+// Front and worker talk over a stream socketpair. Each message is an 8-byte header (kind and
+// payload length, both 32-bit in host order: the two ends are the same program on the same
+// machine) followed by the payload:
+//   kRequest  front -> worker  the request document (without its terminator)
+//   kFrames   worker -> front  one or more whole response frames, to be passed on as they are
+//   kEnd      worker -> front  the last frames of the answer: the answer is complete and the
+//                              worker is ready for the next request
+// A worker that ends its answer any other way (crash, kill) ends the channel without kEnd, and
+// the front finishes the client's answer with an error frame. Since the front passes on only
+// whole messages, the client never sees part of a frame.
+#ifndef CMPI_HOSTD_CHANNEL_H
+#define CMPI_HOSTD_CHANNEL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace hostd {
+
+enum class MessageKind : uint32_t { kRequest = 1, kFrames = 2, kEnd = 3 };
+
+inline constexpr std::size_t kMessageHeader = 8;
+// No payload may be larger: the front refuses (and kills) a worker that announces more.
+inline constexpr std::size_t kMaxMessagePayload = 1u << 30;
+
+// The header of a message of this kind and payload size.
+std::string message_header(MessageKind kind, std::size_t payload_size);
+
+// Cuts messages out of the bytes read from a channel, across reads.
+class MessageReader {
+ public:
+  struct Message {
+    MessageKind kind;
+    std::string_view payload;  // valid until the next call of next() or append()
+  };
+  enum class Next { kMessage, kNeedMore, kBroken };
+
+  void append(const char *data, std::size_t size);
+  // The next whole message in *message; kBroken for an unknown kind or an oversized payload
+  // (the channel cannot be trusted any more).
+  Next next(Message *message);
+  std::size_t buffered() const { return buffer_.size() - consumed_; }
+
+ private:
+  std::string buffer_;
+  std::size_t consumed_ = 0;
+};
+
+// Blocking writes of one whole message (header and payload with one writev where possible).
+// false when the channel failed (errno tells why).
+bool write_message(int fd, MessageKind kind, std::string_view payload);
+
+// Blocking read of one whole message into *payload; false at the channel's end or on failure.
+bool read_message(int fd, MessageKind *kind, std::string *payload);
+
+}  // namespace hostd
+
+#endif  // CMPI_HOSTD_CHANNEL_H

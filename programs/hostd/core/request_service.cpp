@@ -1,0 +1,312 @@
+// request_service.cpp - parse, find the provider, call it, finish the answer.
+#include "request_service.h"
+
+#include <cmpiinterface.h>
+#include <cmpimacs.h>
+#include <cmpiutility/request.h>
+#include <cmpiutility/schema.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <vector>
+
+#include "class_answer.h"
+#include "class_definition.h"
+#include "locations.h"
+#include "log.h"
+#include "mi_call.h"
+#include "response_frames.h"
+#include "shown.h"
+#include "streaming_result.h"
+#include "wire.h"
+
+namespace hostd {
+namespace {
+
+std::string take_string(CMPIString *s) {
+  std::string text;
+  if (s != nullptr) {
+    if (s->hdl != nullptr) text = static_cast<const char *>(s->hdl);
+    CMRelease(s);
+  }
+  return text;
+}
+
+CMPIContext *make_context(const std::string &principal, const std::string &name_space) {
+  CMPIContext *ctx = makeNewCMPIContext(nullptr);
+  if (ctx == nullptr) return nullptr;
+  CMPIUint32 flags = 0;
+  CMAddContextEntry(ctx, CMPIPrincipal, principal.c_str(), CMPI_chars);
+  CMAddContextEntry(ctx, CMPIInitNameSpace, name_space.c_str(), CMPI_chars);
+  CMAddContextEntry(ctx, CMPIInvocationFlags, &flags, CMPI_uint32);
+  return ctx;
+}
+
+struct RequestRelease {
+  void operator()(ClientReq *req) const { releaseRequestData(req); }
+};
+struct ObjectRelease {
+  template <class T>
+  void operator()(T *object) const {
+    if (object != nullptr) CMRelease(object);
+  }
+};
+using RequestPtr = std::unique_ptr<ClientReq, RequestRelease>;
+using ContextPtr = std::unique_ptr<CMPIContext, ObjectRelease>;
+using ArgsPtr = std::unique_ptr<CMPIArgs, ObjectRelease>;
+
+class StatusHolder {
+ public:
+  CMPIStatus st = {CMPI_RC_OK, nullptr};
+  StatusHolder() = default;
+  explicit StatusHolder(CMPIStatus s) : st(s) {}
+  StatusHolder(const StatusHolder &) = delete;
+  StatusHolder &operator=(const StatusHolder &) = delete;
+  ~StatusHolder() {
+    if (st.msg != nullptr) CMRelease(st.msg);
+  }
+};
+
+// One request from document to final frames.
+class Serving {
+ public:
+  Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers)
+      : principal_(principal), sink_(sink), providers_(providers) {}
+  std::string run(const std::string &document);
+
+ private:
+  bool parse(const std::string &document, std::string *failure);
+  std::string with_provider();
+  std::string last_frames(const CMPIStatus &st, const StreamingResult &result,
+                          std::string *data_frame);
+  std::string fail(int rc) { return wire::error_frame(rc); }
+
+  const Principal &principal_;
+  FrameSink *sink_;
+  ProviderCache &providers_;
+  RequestPtr request_;
+  const wire::Operation *op_ = nullptr;
+  std::string class_name_;
+  std::string name_space_;
+  ContextPtr ctx_;
+  ArgsPtr out_args_;
+};
+
+bool Serving::parse(const std::string &document, std::string *failure) {
+  ClientReq *parsed = nullptr;
+  try {
+    parsed = doDeserialization(document.c_str());
+  } catch (const std::exception &e) {
+    HOSTD_ERROR("request rejected: the parser raised '%s'", shown(e.what()).c_str());
+    *failure = fail(CMPI_RC_ERR_INVALID_PARAMETER);
+    return false;
+  } catch (...) {
+    HOSTD_ERROR("request rejected: the parser raised an unknown exception");
+    *failure = fail(CMPI_RC_ERR_INVALID_PARAMETER);
+    return false;
+  }
+  request_.reset(parsed);
+  if (parsed == nullptr) {
+    HOSTD_ERROR(
+        "request rejected: the document is not a valid request (%zu bytes; the parser's "
+        "line above says why)",
+        document.size());
+    *failure = fail(CMPI_RC_ERR_INVALID_PARAMETER);
+    return false;
+  }
+  op_ = wire::find_operation(parsed->type);
+  if (op_ == nullptr || parsed->COP == nullptr) {
+    HOSTD_ERROR("request rejected: the request has no %s",
+                op_ == nullptr ? "known request type" : "object path");
+    *failure = fail(CMPI_RC_ERR_INVALID_PARAMETER);
+    return false;
+  }
+  class_name_ = take_string(CMGetClassName(parsed->COP, nullptr));
+  name_space_ = take_string(CMGetNameSpace(parsed->COP, nullptr));
+  // The front routed the request to this user's worker; a document that says otherwise was
+  // not checked for this user.
+  if (parsed->user == nullptr || principal_.name != parsed->user) {
+    HOSTD_ERROR("request refused: the principal of %s of %s is not %s, the worker's user",
+                op_->name, shown(class_name_).c_str(), shown(principal_.name).c_str());
+    *failure = fail(CMPI_RC_ERR_ACCESS_DENIED);
+    return false;
+  }
+  return true;
+}
+
+std::string Serving::run(const std::string &document) {
+  std::string failure;
+  if (!parse(document, &failure)) return failure;
+  HOSTD_TRACE("request: %s (type %d) of %s in %s for principal %s", op_->name, op_->type,
+              shown(class_name_).c_str(), shown(name_space_).c_str(), principal_.name.c_str());
+  if (op_->mi == wire::MIKind::kNone) {
+    int rc = 0;
+    return answer_get_class(class_name_, name_space_, &rc);
+  }
+  return with_provider();
+}
+
+std::string Serving::with_provider() {
+  const int type = op_->type;
+  const char *cls = class_name_.c_str();
+  ClientReq *req = request_.get();
+  if ((type == INVOKEMETHOD || type == EXECQUERY) && req->QueryString == nullptr) {
+    HOSTD_ERROR("request rejected: %s of %s has an empty %s", op_->name, shown(class_name_).c_str(),
+                type == INVOKEMETHOD ? "method name" : "query");
+    return fail(CMPI_RC_ERR_INVALID_PARAMETER);
+  }
+  std::string why;
+  if (!schema_database_opens(schema_database_path(), &why)) {
+    HOSTD_ERROR("request failed: the schema database cannot be opened: %s", why.c_str());
+    return fail(CMPI_RC_ERR_FAILED);
+  }
+  // Associations are served by the association class's provider when the request names one.
+  std::string served_class = class_name_;
+  const CMAssocReq *assoc = req->assocref;
+  if (type == ASSOCIATORS && assoc != nullptr && assoc->AssocClass != nullptr &&
+      *assoc->AssocClass != '\0') {
+    served_class = assoc->AssocClass;
+  }
+  char *provider_name = GetProviderName(served_class.c_str());
+  if (provider_name == nullptr) {
+    HOSTD_ERROR("request failed: class %s has no provider in the schema database",
+                shown(served_class).c_str());
+    return fail(CMPI_RC_ERR_INVALID_CLASS);
+  }
+  const std::string provider = provider_name;
+  std::free(provider_name);
+  const std::string library = provider_library_path(provider);
+  struct stat st;
+  if (stat(library.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
+    HOSTD_ERROR("request failed: the library %s of provider %s (class %s) is missing",
+                library.c_str(), shown(provider).c_str(), shown(served_class).c_str());
+    return fail(CMPI_RC_ERR_INVALID_CLASS);
+  }
+  const bool persistent =
+      GetProviderUnloadStatus(const_cast<char *>(served_class.c_str()), 1) == 1;
+  HOSTD_TRACE("worker for %s: serving request type %d as %s (uid %u) with provider %s", cls, type,
+              principal_.name.c_str(), static_cast<unsigned>(geteuid()), provider.c_str());
+
+  const CMPIBroker *broker = getCMPIBroker(nullptr);
+  ctx_.reset(make_context(principal_.name, name_space_));
+  if (type == INVOKEMETHOD) out_args_.reset(makeNewCMPIArgs(nullptr));
+  if (broker == nullptr || ctx_ == nullptr || (type == INVOKEMETHOD && out_args_ == nullptr)) {
+    HOSTD_ERROR("worker for %s: the broker, context or argument list cannot be made", cls);
+    return fail(CMPI_RC_ERR_FAILED);
+  }
+  const MIKind kind = op_->mi;
+  const char *kind_name = wire::mi_kind_name(kind);
+  void *mi = nullptr;
+  StatusHolder created;
+  switch (providers_.acquire(provider, library, kind, persistent, broker, ctx_.get(), &mi,
+                             &created.st, &why)) {
+    case ProviderCache::Outcome::kLoadFailed:
+      HOSTD_ERROR("provider library %s of provider %s cannot be loaded: %s", library.c_str(),
+                  provider.c_str(), shown(why).c_str());
+      return fail(CMPI_RC_ERR_FAILED);
+    case ProviderCache::Outcome::kNoFactory:
+      HOSTD_ERROR("provider %s offers no %s MI (neither %s_Create_%sMI nor _Generic_Create_%sMI)",
+                  provider.c_str(), kind_name, provider.c_str(), kind_name, kind_name);
+      return fail(CMPI_RC_ERR_NOT_SUPPORTED);
+    case ProviderCache::Outcome::kFactoryFailed: {
+      int rc = created.st.rc != CMPI_RC_OK ? static_cast<int>(created.st.rc) : CMPI_RC_ERR_FAILED;
+      HOSTD_ERROR("the %s MI factory of provider %s failed with %d", kind_name, provider.c_str(),
+                  rc);
+      return fail(rc);
+    }
+    case ProviderCache::Outcome::kReady:
+      break;
+  }
+
+  StreamingResult result(type, sink_, out_args_.get());
+  StatusHolder called(call_mi(kind, mi, req, ctx_.get(), result.result(), out_args_.get()));
+  HOSTD_TRACE("worker for %s: %s MI returned %d after %lu streamed results", cls, kind_name,
+              static_cast<int>(called.st.rc), result.frames());
+  std::string data_frame;
+  std::string final_frames = last_frames(called.st, result, &data_frame);
+  if (!data_frame.empty()) sink_->send(data_frame);
+  providers_.release(provider, ctx_.get());
+  return final_frames;
+}
+
+// The frames that follow the MI call: *data_frame goes out before the provider is released
+// (GetInstance, InvokeMethod), the returned final frames after it.
+std::string Serving::last_frames(const CMPIStatus &st_in, const StreamingResult &result,
+                                 std::string *data_frame) {
+  CMPIStatus st = st_in;
+  const int rc = static_cast<int>(st.rc);
+  const int type = op_->type;
+  ResponseParts parts;
+  switch (op_->results) {
+    case wire::Results::kInstances:
+    case wire::Results::kPaths:
+      if (rc != CMPI_RC_OK) return fail(rc);
+      return result.failed() ? fail(CMPI_RC_ERR_FAILED) : wire::complete_frame();
+    case wire::Results::kOneInstance: {
+      bool ok;
+      if (rc == CMPI_RC_OK && result.held_instance() == nullptr) {
+        CMPIStatus none = {CMPI_RC_ERR_NOT_FOUND,
+                           CreateString("the provider returned no instance", nullptr)};
+        parts.status = &none;
+        ok = append_response_frame(type, parts, data_frame);
+        if (none.msg != nullptr) CMRelease(none.msg);
+      } else {
+        parts.instance = rc == CMPI_RC_OK ? result.held_instance() : nullptr;
+        parts.status = &st;
+        ok = append_response_frame(type, parts, data_frame);
+      }
+      if (!ok) HOSTD_ERROR("the answer to %s cannot be encoded; the client gets an error frame",
+                           op_->name);
+      return ok ? wire::complete_frame() : fail(rc != CMPI_RC_OK ? rc : CMPI_RC_ERR_FAILED);
+    }
+    case wire::Results::kMethodOut: {
+      if (rc != CMPI_RC_OK) return fail(rc);
+      parts.value.args = out_args_.get();
+      parts.value_type = result.return_type();
+      if (!append_response_frame(type, parts, data_frame)) {
+        HOSTD_ERROR("the answer to %s cannot be encoded; the client gets an error frame",
+                    op_->name);
+        return fail(CMPI_RC_ERR_FAILED);
+      }
+      return wire::complete_frame();
+    }
+    case wire::Results::kStatus:
+    case wire::Results::kCreatedPath: {
+      parts.status = &st;
+      if (op_->results == wire::Results::kCreatedPath && rc == CMPI_RC_OK) {
+        parts.path = result.held_path();
+      }
+      std::string frame;
+      if (!append_response_frame(type, parts, &frame)) {
+        HOSTD_ERROR("the answer to %s cannot be encoded; the client gets an error frame",
+                    op_->name);
+        return fail(rc != CMPI_RC_OK ? rc : CMPI_RC_ERR_FAILED);
+      }
+      return frame;
+    }
+    case wire::Results::kClass:
+      break;
+  }
+  return fail(CMPI_RC_ERR_INVALID_PARAMETER);
+}
+
+}  // namespace
+
+RequestService::~RequestService() { retire(); }
+
+std::string RequestService::serve(const std::string &document) {
+  Serving serving(principal_, sink_, providers_);
+  return serving.run(document);
+}
+
+void RequestService::retire() {
+  if (providers_.size() == 0) return;
+  ContextPtr ctx(make_context(principal_.name, ""));
+  providers_.clear(ctx.get());
+}
+
+}  // namespace hostd

@@ -1,0 +1,121 @@
+// worker_process.cpp - set-up, identity switch and the request loop of a worker.
+#include "worker_process.h"
+
+#include <cmpiutility/privilege.h>
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "channel.h"
+#include "log.h"
+#include "request_service.h"
+
+namespace hostd {
+namespace {
+
+// Frames go to the front as kFrames messages, one write each.
+class ChannelSink : public FrameSink {
+ public:
+  explicit ChannelSink(int fd) : fd_(fd) {}
+  bool send(const std::string &frames) override {
+    return write_message(fd_, MessageKind::kFrames, frames);
+  }
+
+ private:
+  int fd_;
+};
+
+void leave_front_behind(const WorkerSetup &setup) {
+  for (int fd : setup.close_fds) {
+    if (fd != setup.channel_fd && fd > STDERR_FILENO) close(fd);
+  }
+  setpgid(0, 0);
+  sigprocmask(SIG_SETMASK, &setup.signal_mask, nullptr);
+  signal(SIGPIPE, SIG_DFL);
+  int null_fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+  if (null_fd >= 0) {
+    dup2(null_fd, STDIN_FILENO);
+    dup2(null_fd, STDOUT_FILENO);
+    close(null_fd);
+  }
+}
+
+void set_limits(const WorkerSetup &setup) {
+#ifndef CMPIUTILITY_SANITIZED
+  // The address sanitizer reserves terabytes of address space at start, so the limit cannot
+  // apply to sanitized builds; the front's watch of resident memory still does.
+  if (setup.address_space != 0) {
+    struct rlimit limit = {setup.address_space, setup.address_space};
+    if (setrlimit(RLIMIT_AS, &limit) != 0) {
+      HOSTD_ERROR("worker for %s: cannot limit its address space: %s",
+                  setup.principal.name.c_str(), std::strerror(errno));
+    }
+  }
+#else
+  (void)setup;
+#endif
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+}
+
+bool switch_identity(const WorkerSetup &setup) {
+  const Principal &p = setup.principal;
+  if (geteuid() != p.uid || getuid() != p.uid) {
+    if (assignBasePriv(0, p.name.c_str()) != 0) {
+      HOSTD_ERROR("worker for %s: cannot switch to user %s", p.name.c_str(), p.name.c_str());
+      return false;
+    }
+  }
+  // Changing the identity clears the parent-death signal, so it is asked for afterwards.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  return getppid() == setup.front;
+}
+
+// Children that providers left behind and that have ended.
+void reap_left_behind() {
+  int status = 0;
+  while (waitpid(-1, &status, WNOHANG) > 0) {
+  }
+}
+
+}  // namespace
+
+void run_worker_process(const WorkerSetup &setup) {
+  leave_front_behind(setup);
+  set_limits(setup);
+  if (!switch_identity(setup)) _exit(3);
+  int status = 0;
+  {
+    ChannelSink sink(setup.channel_fd);
+    RequestService service(setup.principal, &sink);
+    std::string document;
+    MessageKind kind;
+    while (read_message(setup.channel_fd, &kind, &document)) {
+      if (kind != MessageKind::kRequest) {
+        HOSTD_ERROR("worker for %s: unexpected message %u from the front",
+                    setup.principal.name.c_str(), static_cast<unsigned>(kind));
+        status = 4;
+        break;
+      }
+      std::string last = service.serve(document);
+      document.clear();
+      document.shrink_to_fit();
+      reap_left_behind();
+      if (!write_message(setup.channel_fd, MessageKind::kEnd, last)) {
+        status = 5;
+        break;
+      }
+    }
+    service.retire();
+  }
+  reap_left_behind();
+  std::exit(status);
+}
+
+}  // namespace hostd
