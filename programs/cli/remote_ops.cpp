@@ -20,11 +20,10 @@
 #include "status_names.h"
 #include "value_json.h"
 #include "value_text.h"
+#include "wire.h"
 
 namespace cli {
 namespace {
-
-const char kTerminator[] = "CMPI_EOF";
 
 // The tail of unfinished stream text that the tokenizers keep between calls.
 struct CarrySlot {
@@ -71,11 +70,11 @@ class TerminatorCounter {
     std::string text = tail_ + piece;
     int found = 0;
     std::size_t at = 0;
-    while ((at = text.find(kTerminator, at)) != std::string::npos) {
+    while ((at = text.find(wire::kTerminator, at)) != std::string::npos) {
       ++found;
-      at += sizeof kTerminator - 1;
+      at += wire::kTerminator.size();
     }
-    const std::size_t keep = sizeof kTerminator - 2;
+    const std::size_t keep = wire::kTerminator.size() - 1;
     tail_ = text.size() > keep ? text.substr(text.size() - keep) : text;
     total_ += found;
     return found;
@@ -178,7 +177,7 @@ class Request {
                              "the library's reason)");
     }
     // Frames of the other types are cut at 8181 characters of document.
-    if (!grown && frame.size() >= 8181 + sizeof kTerminator - 1) {
+    if (!grown && frame.size() >= 8181 + wire::kTerminator.size()) {
       throw UsageError("the request is too long for the request format (at most 8180 characters "
                        "of document for this operation)");
     }
@@ -463,15 +462,15 @@ void run_invoke(const Invocation &inv, Output &out) {
   MethodAnswer answer = read_method_answer(*conn);
 
   CMPIStatus found = {CMPI_RC_OK, nullptr};
-  OwnedData returned(CMGetArg(answer.out.get(), kReturnValueArgument, &found));
+  OwnedData returned(CMGetArg(answer.out.get(), wire::kReturnValueArgument, &found));
   const bool present = found.rc == CMPI_RC_OK;
   const CMPIType type = present ? returned.type() : static_cast<CMPIType>(answer.return_type);
   const bool is_null = !present || returned.is_null();
   out.member("method", method);
   out.member("returnValue", data_json(type, returned.value(), is_null));
-  out.member("output", args_json(answer.out.get(), kReturnValueArgument));
+  out.member("output", args_json(answer.out.get(), wire::kReturnValueArgument));
   out.text("ReturnValue = " + data_text(type, returned.value(), is_null) + ";\n" +
-           args_text(answer.out.get(), kReturnValueArgument));
+           args_text(answer.out.get(), wire::kReturnValueArgument));
 }
 
 void run_associators(const Invocation &inv, Output &out, bool refs_only) {

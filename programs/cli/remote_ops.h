@@ -19,9 +19,6 @@
 
 namespace cli {
 
-// The name of the output argument that carries a method's return value.
-inline constexpr char kReturnValueArgument[] = "__ReturnValue";
-
 // True for the subcommands served by the daemon.
 bool is_remote_command(const std::string &command);
 
