@@ -4,19 +4,16 @@
 #include <cmpiutility/records.h>
 #include <cmpiutility/request.h>
 #include <cmpiutility/stream.h>
-#include <fcntl.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <utility>
 
 #include "cli_error.h"
 #include "cmpi_build.h"
 #include "connection.h"
 #include "request_args.h"
+#include "request_frame.h"
 #include "status_names.h"
 #include "value_json.h"
 #include "value_text.h"
@@ -84,109 +81,6 @@ class TerminatorCounter {
  private:
   std::string tail_;
   int total_ = 0;
-};
-
-// The library writes the key text of every reference argument it encodes to standard output;
-// while the request is written, standard output goes to /dev/null so that only results reach it.
-class QuietStdout {
- public:
-  QuietStdout() {
-    std::cout.flush();
-    std::fflush(stdout);
-    saved_ = dup(STDOUT_FILENO);
-    const int null_fd = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (saved_ >= 0 && null_fd >= 0) dup2(null_fd, STDOUT_FILENO);
-    if (null_fd >= 0) close(null_fd);
-  }
-  ~QuietStdout() {
-    std::fflush(stdout);
-    if (saved_ >= 0) {
-      dup2(saved_, STDOUT_FILENO);
-      close(saved_);
-    }
-  }
-  QuietStdout(const QuietStdout &) = delete;
-  QuietStdout &operator=(const QuietStdout &) = delete;
-
- private:
-  int saved_ = -1;
-};
-
-// The association parameters, allocated the way releaseRequestData frees them.
-CMAssocReq *make_assoc(const Invocation &inv, bool refs_only) {
-  auto *assoc = static_cast<CMAssocReq *>(std::calloc(1, sizeof(CMAssocReq)));
-  if (assoc == nullptr) throw CimError(CMPI_RC_ERR_FAILED, "out of memory");
-  auto copy = [](const std::string &text) { return text.empty() ? nullptr : strdup(text.c_str()); };
-  assoc->AssocClass = copy(inv.assoc_class);
-  assoc->ResultClass = copy(inv.result_class);
-  assoc->Role = copy(inv.role);
-  assoc->ResultRole = copy(inv.result_role);
-  assoc->RefsOnly = refs_only ? 1 : 0;
-  return assoc;
-}
-
-void free_assoc(CMAssocReq *assoc) {
-  if (assoc == nullptr) return;
-  std::free(assoc->AssocClass);
-  std::free(assoc->ResultClass);
-  std::free(assoc->Role);
-  std::free(assoc->ResultRole);
-  std::free(assoc);
-}
-
-// One request record; the CMPI objects handed to it are released with it.
-class Request {
- public:
-  Request(const std::string &user, int type, PathPtr path, InstancePtr inst, ArgsPtr args,
-          CMAssocReq *assoc, const std::string &text)
-      : type_(type) {
-    if (getClientReq(&req_, user.c_str(), type, path.get(), args.get(), inst.get(), assoc,
-                     text.empty() ? nullptr : text.c_str()) != 0) {
-      free_assoc(assoc);
-      throw CimError(CMPI_RC_ERR_FAILED, "the request record cannot be built");
-    }
-    // The record holds them now; releaseRequestData releases them.
-    path.release();
-    inst.release();
-    args.release();
-  }
-  ~Request() { releaseRequestData(req_); }
-  Request(const Request &) = delete;
-  Request &operator=(const Request &) = delete;
-
-  // The request frame: the document and "CMPI_EOF".
-  std::string frame() {
-    char fixed[FRAME_BUFFER_SIZE];
-    fixed[0] = '\0';
-    char *dynamic = static_cast<char *>(std::calloc(FRAME_BUFFER_SIZE, 1));
-    if (dynamic == nullptr) throw CimError(CMPI_RC_ERR_FAILED, "out of memory");
-    int rc = 1;
-    {
-      QuietStdout quiet;
-      rc = doSerialization(req_, fixed, &dynamic);
-    }
-    const bool grown = type_ == MODIFYINST || type_ == INVOKEMETHOD || type_ == CREATEINST;
-    std::string frame = rc == 0 ? std::string(grown ? dynamic : fixed) : std::string();
-    std::free(dynamic);
-    if (rc != 0) {
-      throw UsageError(type_ == INVOKEMETHOD
-                           ? "the request cannot be written: the method arguments are too large "
-                             "for the request format, or a key cannot be carried (--debug shows "
-                             "the library's reason)"
-                           : "the request cannot be written in the request format (--debug shows "
-                             "the library's reason)");
-    }
-    // Frames of the other types are cut at 8181 characters of document.
-    if (!grown && frame.size() >= 8181 + wire::kTerminator.size()) {
-      throw UsageError("the request is too long for the request format (at most 8180 characters "
-                       "of document for this operation)");
-    }
-    return frame;
-  }
-
- private:
-  ClientReq *req_ = nullptr;
-  int type_;
 };
 
 void read_enumeration(Connection &conn, int type, Output &out) {
