@@ -33,6 +33,9 @@ class Request {
   // because it is too long for the operation's buffer.
   std::string frame();
 
+  // The request type.
+  int type() const { return type_; }
+
  private:
   ClientReq *req_ = nullptr;
   int type_;
