@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "cli_error.h"
+#include "frame_guard.h"
 #include "quiet_stdout.h"
 #include "wire.h"
 
@@ -84,6 +85,9 @@ std::string Request::frame() {
     throw UsageError("the request is too long for the request format (at most 8180 characters "
                      "of document for this operation)");
   }
+  // A value, key, argument, method name or query holding the terminator would end the frame
+  // there at the daemon; written as "CMPI\u005fEOF" it reads back as the same text.
+  wire::guard_frame(&frame);
   return frame;
 }
 

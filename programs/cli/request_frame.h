@@ -28,9 +28,12 @@ class Request {
   Request(const Request &) = delete;
   Request &operator=(const Request &) = delete;
 
-  // The request frame: the document and "CMPI_EOF". While it is written, standard output is
-  // quiet (QuietStdout). Throws UsageError when the library cannot write the document or cut it
-  // because it is too long for the operation's buffer.
+  // The request frame: the document and "CMPI_EOF", which occurs nowhere else in it: inside the
+  // document's strings it is written "CMPI\u005fEOF" (wire::guard_frame), which every JSON
+  // reader, the daemon's included, decodes to the same text. While the document is written,
+  // standard output is quiet (QuietStdout). Throws UsageError when the library cannot write the
+  // document or cut it because it is too long for the operation's buffer (the limit applies to
+  // the document as the library writes it, before the guard).
   std::string frame();
 
   // The request type.
