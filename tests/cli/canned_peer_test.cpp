@@ -208,8 +208,9 @@ TEST(CannedPeer, ATerminatorInsideAValueDoesNotEndTheRequest) {
   const std::string document = request.substr(0, request.size() - 8);
   ClientReq *parsed = doDeserialization(document.c_str());
   ASSERT_NE(parsed, nullptr) << document;
-  ASSERT_NE(parsed->CI, nullptr);
-  cli::OwnedData model(CMGetProperty(parsed->CI, "Model", nullptr));
+  CMPIInstance *inst = parsed->CI;  // copied out of the packed record
+  ASSERT_NE(inst, nullptr);
+  cli::OwnedData model(CMGetProperty(inst, "Model", nullptr));
   ASSERT_EQ(model.type(), CMPI_string);
   EXPECT_EQ(cli::text_of(model.value().string), value);
   releaseRequestData(parsed);
