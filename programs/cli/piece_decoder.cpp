@@ -84,8 +84,8 @@ Outcome decode_set_status(const char *piece, char **carry) {
 
 Outcome decode_create_status(const char *piece, char **carry) {
   CMPIStatus st = {CMPI_RC_OK, nullptr};
-  const Outcome cloned =
-      take_status(decode([&] { return CMUtilCreateInstStringTokenize(piece, nullptr, carry, &st); }));
+  const Outcome cloned = take_status(
+      decode([&] { return CMUtilCreateInstStringTokenize(piece, nullptr, carry, &st); }));
   Outcome reported = take_status(st);
   // The returned status is that of copying the new path, or an error frame's code.
   if (cloned.code != CMPI_RC_OK) {
