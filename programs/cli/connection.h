@@ -9,13 +9,15 @@
 #include <string>
 #include <vector>
 
+#include "piece_source.h"
+
 namespace cli {
 
-class Connection {
+class Connection : public PieceSource {
  public:
   // timeout_seconds: the longest wait for each piece of the answer; 0 waits without limit.
   Connection(std::string socket, int timeout_seconds);
-  ~Connection();
+  ~Connection() override;
   Connection(const Connection &) = delete;
   Connection &operator=(const Connection &) = delete;
 
@@ -26,7 +28,7 @@ class Connection {
   // Waits for the next piece of the answer: true with *piece pointing at it (NUL-terminated,
   // valid until the next call), false when the daemon has closed the connection. Throws
   // TimeoutError when nothing arrived in time, ConnectionError when receiving failed.
-  bool receive(const char **piece);
+  bool receive(const char **piece) override;
 
   static constexpr int kPieceSize = 64 * 1024;
 

@@ -1,348 +1,40 @@
-// remote_ops.cpp - building, sending and reading one request per subcommand.
+// remote_ops.cpp - one request per subcommand: its arguments checked, the request sent, the
+// answer printed.
 #include "remote_ops.h"
 
 #include <cmpiutility/records.h>
-#include <cmpiutility/request.h>
-#include <cmpiutility/stream.h>
-#include <fcntl.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <iostream>
 #include <utility>
 
+#include "answer_reader.h"
 #include "cli_error.h"
 #include "cmpi_build.h"
 #include "connection.h"
+#include "operations.h"
 #include "request_args.h"
+#include "request_frame.h"
 #include "status_names.h"
 #include "value_json.h"
 #include "value_text.h"
+#include "wire.h"
 
 namespace cli {
 namespace {
 
-const char kTerminator[] = "CMPI_EOF";
-
-// The tail of unfinished stream text that the tokenizers keep between calls.
-struct CarrySlot {
-  char *text = nullptr;
-  CarrySlot() = default;
-  CarrySlot(const CarrySlot &) = delete;
-  CarrySlot &operator=(const CarrySlot &) = delete;
-  ~CarrySlot() { std::free(text); }
-};
-
-// A status handed back by a tokenizer, taken over: code and message text.
-struct Outcome {
-  int code = 0;
-  std::string message;
-};
-
-Outcome take_status(CMPIStatus st) {
-  Outcome outcome;
-  outcome.code = static_cast<int>(st.rc);
-  CMPIString *msg = st.msg;
-  outcome.message = take_text(msg);
-  return outcome;
+// The row of the table of operations for a request type.
+const wire::Operation &operation(int type) {
+  const wire::Operation *op = wire::find_operation(type);
+  if (op == nullptr) throw CimError(CMPI_RC_ERR_FAILED, "unknown request type");
+  return *op;
 }
 
-// Runs a tokenizer; what the JSON library raises on a malformed frame is a broken answer.
-template <class Call>
-auto decode(Call call) -> decltype(call()) {
-  try {
-    return call();
-  } catch (const std::exception &e) {
-    throw ConnectionError(std::string("the answer could not be decoded: ") + e.what());
-  }
-}
-
-[[noreturn]] void closed_early() {
-  throw ConnectionError("the daemon closed the connection before the answer was complete");
-}
-
-// Counts frame terminators across pieces, for the operations that end when the daemon closes.
-class TerminatorCounter {
- public:
-  // How many terminators end in this piece.
-  int add(const char *piece) {
-    std::string text = tail_ + piece;
-    int found = 0;
-    std::size_t at = 0;
-    while ((at = text.find(kTerminator, at)) != std::string::npos) {
-      ++found;
-      at += sizeof kTerminator - 1;
-    }
-    const std::size_t keep = sizeof kTerminator - 2;
-    tail_ = text.size() > keep ? text.substr(text.size() - keep) : text;
-    total_ += found;
-    return found;
-  }
-  int total() const { return total_; }
-
- private:
-  std::string tail_;
-  int total_ = 0;
-};
-
-// The library writes the key text of every reference argument it encodes to standard output;
-// while the request is written, standard output goes to /dev/null so that only results reach it.
-class QuietStdout {
- public:
-  QuietStdout() {
-    std::cout.flush();
-    std::fflush(stdout);
-    saved_ = dup(STDOUT_FILENO);
-    const int null_fd = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (saved_ >= 0 && null_fd >= 0) dup2(null_fd, STDOUT_FILENO);
-    if (null_fd >= 0) close(null_fd);
-  }
-  ~QuietStdout() {
-    std::fflush(stdout);
-    if (saved_ >= 0) {
-      dup2(saved_, STDOUT_FILENO);
-      close(saved_);
-    }
-  }
-  QuietStdout(const QuietStdout &) = delete;
-  QuietStdout &operator=(const QuietStdout &) = delete;
-
- private:
-  int saved_ = -1;
-};
-
-// The association parameters, allocated the way releaseRequestData frees them.
-CMAssocReq *make_assoc(const Invocation &inv, bool refs_only) {
-  auto *assoc = static_cast<CMAssocReq *>(std::calloc(1, sizeof(CMAssocReq)));
-  if (assoc == nullptr) throw CimError(CMPI_RC_ERR_FAILED, "out of memory");
-  auto copy = [](const std::string &text) { return text.empty() ? nullptr : strdup(text.c_str()); };
-  assoc->AssocClass = copy(inv.assoc_class);
-  assoc->ResultClass = copy(inv.result_class);
-  assoc->Role = copy(inv.role);
-  assoc->ResultRole = copy(inv.result_role);
-  assoc->RefsOnly = refs_only ? 1 : 0;
-  return assoc;
-}
-
-void free_assoc(CMAssocReq *assoc) {
-  if (assoc == nullptr) return;
-  std::free(assoc->AssocClass);
-  std::free(assoc->ResultClass);
-  std::free(assoc->Role);
-  std::free(assoc->ResultRole);
-  std::free(assoc);
-}
-
-// One request record; the CMPI objects handed to it are released with it.
-class Request {
- public:
-  Request(const std::string &user, int type, PathPtr path, InstancePtr inst, ArgsPtr args,
-          CMAssocReq *assoc, const std::string &text)
-      : type_(type) {
-    if (getClientReq(&req_, user.c_str(), type, path.get(), args.get(), inst.get(), assoc,
-                     text.empty() ? nullptr : text.c_str()) != 0) {
-      free_assoc(assoc);
-      throw CimError(CMPI_RC_ERR_FAILED, "the request record cannot be built");
-    }
-    // The record holds them now; releaseRequestData releases them.
-    path.release();
-    inst.release();
-    args.release();
-  }
-  ~Request() { releaseRequestData(req_); }
-  Request(const Request &) = delete;
-  Request &operator=(const Request &) = delete;
-
-  // The request frame: the document and "CMPI_EOF".
-  std::string frame() {
-    char fixed[FRAME_BUFFER_SIZE];
-    fixed[0] = '\0';
-    char *dynamic = static_cast<char *>(std::calloc(FRAME_BUFFER_SIZE, 1));
-    if (dynamic == nullptr) throw CimError(CMPI_RC_ERR_FAILED, "out of memory");
-    int rc = 1;
-    {
-      QuietStdout quiet;
-      rc = doSerialization(req_, fixed, &dynamic);
-    }
-    const bool grown = type_ == MODIFYINST || type_ == INVOKEMETHOD || type_ == CREATEINST;
-    std::string frame = rc == 0 ? std::string(grown ? dynamic : fixed) : std::string();
-    std::free(dynamic);
-    if (rc != 0) {
-      throw UsageError(type_ == INVOKEMETHOD
-                           ? "the request cannot be written: the method arguments are too large "
-                             "for the request format, or a key cannot be carried (--debug shows "
-                             "the library's reason)"
-                           : "the request cannot be written in the request format (--debug shows "
-                             "the library's reason)");
-    }
-    // Frames of the other types are cut at 8181 characters of document.
-    if (!grown && frame.size() >= 8181 + sizeof kTerminator - 1) {
-      throw UsageError("the request is too long for the request format (at most 8180 characters "
-                       "of document for this operation)");
-    }
-    return frame;
-  }
-
- private:
-  ClientReq *req_ = nullptr;
-  int type_;
-};
-
-void read_enumeration(Connection &conn, int type, Output &out) {
-  CarrySlot carry;
-  uint32_t complete = 0;
-  const CMPIType element = type == ENUMINSTNAMES ? CMPI_ref : CMPI_instance;
-  out.start_list(element == CMPI_ref ? "paths" : "instances");
-  const char *piece = nullptr;
-  for (;;) {
-    if (!conn.receive(&piece)) closed_early();
-    CMPIStatus made = {CMPI_RC_OK, nullptr};
-    ArrayPtr array(makeNewCMPIArray(0, element, &made));
-    if (!array) throw CimError(CMPI_RC_ERR_FAILED, "cannot make a result array");
-    const Outcome outcome = take_status(
-        decode([&] { return CMUtilEnumStringTokenize(piece, array.get(), &carry.text, &complete); }));
-    const CMPICount n = CMGetArrayCount(array.get(), nullptr);
-    for (CMPICount i = 0; i < n; ++i) {
-      OwnedData d(CMGetArrayElementAt(array.get(), i, nullptr));
-      const CMPIValue value = d.value();
-      if (d.is_null()) continue;
-      if (element == CMPI_ref) {
-        if (value.ref != nullptr) out.add_path(value.ref);
-      } else if (value.inst != nullptr) {
-        out.add_instance(value.inst);
-      }
-    }
-    if (outcome.code != CMPI_RC_OK) throw CimError(outcome.code, outcome.message);
-    if (complete != 0) return;
-  }
-}
-
-InstancePtr read_instance(Connection &conn) {
-  CarrySlot carry;
-  uint32_t complete = 0;
-  InstancePtr result;
-  const char *piece = nullptr;
-  for (;;) {
-    if (!conn.receive(&piece)) closed_early();
-    CMPIInstance *got = nullptr;
-    const Outcome outcome = take_status(
-        decode([&] { return CMUtilGETStringTokenize(piece, &got, &carry.text, &complete); }));
-    if (got != nullptr) result.reset(got);
-    if (outcome.code != CMPI_RC_OK) throw CimError(outcome.code, outcome.message);
-    if (complete != 0) break;
-  }
-  if (!result) throw CimError(CMPI_RC_ERR_NOT_FOUND, "the daemon returned no instance");
-  return result;
-}
-
-ClassPtr read_class_answer(Connection &conn) {
-  CarrySlot carry;
-  uint32_t complete = 0;
-  ClassPtr result;
-  const char *piece = nullptr;
-  for (;;) {
-    if (!conn.receive(&piece)) closed_early();
-    CMPIConstClass *got = nullptr;
-    const Outcome outcome = take_status(decode(
-        [&] { return CMUtilGETClassStringTokenize(piece, &got, &carry.text, &complete); }));
-    if (got != nullptr) result.reset(got);
-    if (outcome.code != CMPI_RC_OK) throw CimError(outcome.code, outcome.message);
-    if (complete != 0) break;
-  }
-  if (!result) throw CimError(CMPI_RC_ERR_NOT_FOUND, "the daemon returned no class");
-  return result;
-}
-
-// Reads until the daemon closes (or, once a frame has arrived, until it stays silent); feed
-// returns the status of the frames that ended in the piece.
-template <class Feed>
-Outcome read_until_closed(Connection &conn, Feed feed) {
-  TerminatorCounter frames;
-  Outcome last;
-  const char *piece = nullptr;
-  for (;;) {
-    try {
-      if (!conn.receive(&piece)) break;
-    } catch (const TimeoutError &) {
-      if (frames.total() > 0) break;
-      throw;
-    }
-    const bool ended = frames.add(piece) > 0;
-    Outcome outcome = feed(piece);
-    if (ended) last = std::move(outcome);
-  }
-  if (frames.total() == 0) {
-    throw ConnectionError("the daemon closed the connection without an answer");
-  }
-  return last;
-}
-
-Outcome read_set_status(Connection &conn) {
-  CarrySlot carry;
-  Outcome outcome = read_until_closed(conn, [&](const char *piece) {
-    CMPIStatus st = {CMPI_RC_OK, nullptr};
-    decode([&] {
-      CMUtilSETStringTokenize(piece, &carry.text, &st);
-      return 0;
-    });
-    return take_status(st);
-  });
-  if (outcome.code != CMPI_RC_OK) throw CimError(outcome.code, outcome.message);
-  return outcome;
-}
-
-Outcome read_create_status(Connection &conn) {
-  CarrySlot carry;
-  Outcome outcome = read_until_closed(conn, [&](const char *piece) {
-    CMPIStatus st = {CMPI_RC_OK, nullptr};
-    const Outcome cloned = take_status(decode(
-        [&] { return CMUtilCreateInstStringTokenize(piece, nullptr, &carry.text, &st); }));
-    Outcome reported = take_status(st);
-    // The returned status is that of copying the new path, or an error frame's code.
-    if (cloned.code != CMPI_RC_OK) {
-      reported.code = cloned.code;
-      if (reported.message.empty()) reported.message = cloned.message;
-    }
-    return reported;
-  });
-  if (outcome.code != CMPI_RC_OK) throw CimError(outcome.code, outcome.message);
-  return outcome;
-}
-
-struct MethodAnswer {
-  ArgsPtr out;
-  uint32_t return_type = 0;
-};
-
-MethodAnswer read_method_answer(Connection &conn) {
-  CarrySlot carry;
-  uint32_t complete = 0;
-  MethodAnswer answer;
-  CMPIStatus made = {CMPI_RC_OK, nullptr};
-  answer.out.reset(makeNewCMPIArgs(&made));
-  if (!answer.out) throw CimError(CMPI_RC_ERR_FAILED, "cannot make an argument list");
-  const char *piece = nullptr;
-  for (;;) {
-    if (!conn.receive(&piece)) closed_early();
-    const Outcome outcome = take_status(decode([&] {
-      return CMUtilInvokeStringTokenize(piece, answer.out.get(), &answer.return_type, &carry.text,
-                                        &complete);
-    }));
-    if (outcome.code != CMPI_RC_OK) throw CimError(outcome.code, outcome.message);
-    if (complete != 0) break;
-  }
-  return answer;
-}
-
-// Connects, sends the request and returns the open connection.
-std::unique_ptr<Connection> send_request(const Invocation &inv, Request &request) {
+// Writes the request, sends it to the daemon and reads the answer its operation gets.
+Answer exchange(const Invocation &inv, Request &request, Output &out) {
   const std::string frame = request.frame();
-  auto conn = std::make_unique<Connection>(inv.socket, inv.timeout);
-  conn->open();
-  conn->send(frame);
-  return conn;
+  Connection conn(inv.socket, inv.timeout);
+  conn.open();
+  conn.send(frame);
+  return read_answer(conn, operation(request.type()), out);
 }
 
 PathPtr build(const ParsedPath &path, const Invocation &inv) {
@@ -367,26 +59,23 @@ void print_status(Output &out, const Outcome &outcome) {
 void run_enumerate(const Invocation &inv, Output &out, int type) {
   const ParsedPath parsed = class_argument(inv.arguments[0], inv.command);
   Request request(inv.user, type, build(parsed, inv), nullptr, nullptr, nullptr, "");
-  auto conn = send_request(inv, request);
-  read_enumeration(*conn, type, out);
+  exchange(inv, request, out);
 }
 
 void run_get(const Invocation &inv, Output &out) {
   const ParsedPath parsed = instance_argument(inv.arguments[0], inv.command);
   check_sendable(parsed, {}, inv.command);
   Request request(inv.user, GETINST, build(parsed, inv), nullptr, nullptr, nullptr, "");
-  auto conn = send_request(inv, request);
-  InstancePtr inst = read_instance(*conn);
-  out.member("instance", instance_json(inst.get()));
-  out.text(instance_text(inst.get()));
+  const Answer answer = exchange(inv, request, out);
+  out.member("instance", instance_json(answer.instance.get()));
+  out.text(instance_text(answer.instance.get()));
 }
 
 void run_get_class(const Invocation &inv, Output &out) {
   const ParsedPath parsed = class_argument(inv.arguments[0], inv.command);
   Request request(inv.user, GETCLASS, build(parsed, inv), nullptr, nullptr, nullptr, "");
-  auto conn = send_request(inv, request);
-  ClassPtr cls = read_class_answer(*conn);
-  const ClassInfo info = read_class(cls.get());
+  const Answer answer = exchange(inv, request, out);
+  const ClassInfo info = read_class(answer.cls.get());
   out.member("class", class_json(info));
   out.text(class_text(info));
 }
@@ -405,8 +94,7 @@ void run_create(const Invocation &inv, Output &out) {
     throw UsageError(std::string("bad property: ") + e.what(), inv.command);
   }
   Request request(inv.user, CREATEINST, std::move(path), std::move(inst), nullptr, nullptr, "");
-  auto conn = send_request(inv, request);
-  const Outcome outcome = read_create_status(*conn);
+  const Outcome outcome = exchange(inv, request, out).status;
   // The tokenizer hands back the status only; the new instance has the path that was asked for.
   const ParsedPath created = with_namespace(parsed, inv.name_space);
   out.member("path", path_json(created));
@@ -427,16 +115,14 @@ void run_modify(const Invocation &inv, Output &out) {
     throw UsageError(std::string("bad property: ") + e.what(), inv.command);
   }
   Request request(inv.user, MODIFYINST, std::move(path), std::move(inst), nullptr, nullptr, "");
-  auto conn = send_request(inv, request);
-  print_status(out, read_set_status(*conn));
+  print_status(out, exchange(inv, request, out).status);
 }
 
 void run_delete(const Invocation &inv, Output &out) {
   const ParsedPath parsed = instance_argument(inv.arguments[0], inv.command);
   check_sendable(parsed, {}, inv.command);
   Request request(inv.user, DELETEINST, build(parsed, inv), nullptr, nullptr, nullptr, "");
-  auto conn = send_request(inv, request);
-  print_status(out, read_set_status(*conn));
+  print_status(out, exchange(inv, request, out).status);
 }
 
 void run_invoke(const Invocation &inv, Output &out) {
@@ -459,19 +145,18 @@ void run_invoke(const Invocation &inv, Output &out) {
   }
   Request request(inv.user, INVOKEMETHOD, build(parsed, inv), nullptr, std::move(args), nullptr,
                   method);
-  auto conn = send_request(inv, request);
-  MethodAnswer answer = read_method_answer(*conn);
+  const Answer answer = exchange(inv, request, out);
 
   CMPIStatus found = {CMPI_RC_OK, nullptr};
-  OwnedData returned(CMGetArg(answer.out.get(), kReturnValueArgument, &found));
+  OwnedData returned(CMGetArg(answer.out.get(), wire::kReturnValueArgument, &found));
   const bool present = found.rc == CMPI_RC_OK;
   const CMPIType type = present ? returned.type() : static_cast<CMPIType>(answer.return_type);
   const bool is_null = !present || returned.is_null();
   out.member("method", method);
   out.member("returnValue", data_json(type, returned.value(), is_null));
-  out.member("output", args_json(answer.out.get(), kReturnValueArgument));
+  out.member("output", args_json(answer.out.get(), wire::kReturnValueArgument));
   out.text("ReturnValue = " + data_text(type, returned.value(), is_null) + ";\n" +
-           args_text(answer.out.get(), kReturnValueArgument));
+           args_text(answer.out.get(), wire::kReturnValueArgument));
 }
 
 void run_associators(const Invocation &inv, Output &out, bool refs_only) {
@@ -484,8 +169,7 @@ void run_associators(const Invocation &inv, Output &out, bool refs_only) {
   PathPtr path = build(parsed, inv);
   Request request(inv.user, ASSOCIATORS, std::move(path), nullptr, nullptr,
                   make_assoc(inv, refs_only), "");
-  auto conn = send_request(inv, request);
-  read_enumeration(*conn, ASSOCIATORS, out);
+  exchange(inv, request, out);
 }
 
 void run_query(const Invocation &inv, Output &out) {
@@ -502,8 +186,7 @@ void run_query(const Invocation &inv, Output &out) {
     }
   }
   Request request(inv.user, EXECQUERY, build(parsed, inv), nullptr, nullptr, nullptr, query);
-  auto conn = send_request(inv, request);
-  read_enumeration(*conn, EXECQUERY, out);
+  exchange(inv, request, out);
 }
 
 }  // namespace

@@ -1,16 +1,10 @@
 // remote_ops.h - the subcommands that send one request to the daemon.
 //
-// Per request type, what the daemon answers and which tokenizer reads it:
-//   ENUMINST, ENUMINSTNAMES, ASSOCIATORS, EXECQUERY   one frame per result, then the completion
-//                                                     frame: CMUtilEnumStringTokenize
-//   GETINST     one frame, then completion: CMUtilGETStringTokenize
-//   GETCLASS    one frame, then completion: CMUtilGETClassStringTokenize
-//   INVOKEMETHOD  one frame (output arguments, the return value among them as "__ReturnValue",
-//                 and "RetVal", its type code), then completion: CMUtilInvokeStringTokenize
-//   MODIFYINST, DELETEINST  one status frame, then the daemon closes: CMUtilSETStringTokenize
-//   CREATEINST  one frame (new path and status), then the daemon closes:
-//               CMUtilCreateInstStringTokenize
-// Any operation may end with an error frame instead ("CMPIERROR:<code>").
+// Each subcommand sends one request of its request type. What the daemon answers, how the answer
+// ends and which of the library's tokenizers reads it are the request type's row of the table of
+// operations (operations.h); answer_reader.h reads every answer with it. A method's return value
+// arrives among its output arguments as wire::kReturnValueArgument and is printed apart from
+// them. Any operation may end with an error frame instead ("CMPIERROR:<code>").
 #ifndef CMPI_CLI_REMOTE_OPS_H
 #define CMPI_CLI_REMOTE_OPS_H
 
@@ -18,9 +12,6 @@
 #include "output.h"
 
 namespace cli {
-
-// The name of the output argument that carries a method's return value.
-inline constexpr char kReturnValueArgument[] = "__ReturnValue";
 
 // True for the subcommands served by the daemon.
 bool is_remote_command(const std::string &command);

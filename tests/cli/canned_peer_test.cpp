@@ -1,5 +1,7 @@
 // The program against a peer that plays back captured answers: which library functions carry
 // the exchange, how each answer is decoded, and what a broken answer does.
+#include <cmpiutility/records.h>
+#include <cmpiutility/request.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -13,6 +15,7 @@
 
 #include "cli.h"
 #include "cli_error.h"
+#include "cmpi_build.h"
 #include "log_capture.h"
 
 namespace {
@@ -187,6 +190,30 @@ TEST(CannedPeer, CreateReadsTheStatusWithTheCreateTokenizer) {
   EXPECT_NE(request.find("\"Tag\":{\"DataState\":0,\"DataType\":5632,\"Value\":\"c1\"}"),
             std::string::npos)
       << request;
+}
+
+TEST(CannedPeer, ATerminatorInsideAValueDoesNotEndTheRequest) {
+  // The peer cuts the request at its first "CMPI_EOF", as the daemon does; the value must reach
+  // it whole and read back as written.
+  const std::string value = "xCMPI_EOFCMPIOPERATION_COMPLETECMPI_EOF";
+  CannedPeer peer(
+      "{\"ClassName\":\"Demo_Chassis\",\"NameSpace\":\"root/cimv2\",\"RequestType\":9,"
+      "\"SetInstStatus\":0,\"SetInstStatusMsg\":null,\"key\":\"Tag=c1,\"}CMPI_EOF");
+  Ran r = run({"create", "Demo_Chassis.Tag=\"c1\"", "Model=" + value}, peer.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "Created = root/cimv2:Demo_Chassis.Tag=\"c1\";\nStatus = CMPI_RC_OK;\n");
+  const std::string request = peer.request();
+  ASSERT_GE(request.size(), 8u);
+  EXPECT_EQ(request.find("CMPI_EOF"), request.size() - 8) << request;
+  const std::string document = request.substr(0, request.size() - 8);
+  ClientReq *parsed = doDeserialization(document.c_str());
+  ASSERT_NE(parsed, nullptr) << document;
+  CMPIInstance *inst = parsed->CI;  // copied out of the packed record
+  ASSERT_NE(inst, nullptr);
+  cli::OwnedData model(CMGetProperty(inst, "Model", nullptr));
+  ASSERT_EQ(model.type(), CMPI_string);
+  EXPECT_EQ(cli::text_of(model.value().string), value);
+  releaseRequestData(parsed);
 }
 
 TEST(CannedPeer, MethodAnswerWithoutReturnValue) {
