@@ -28,6 +28,12 @@ class BadInput : public HostdTest {
                  2);
   }
 
+  // The front's line for a document of n bytes that its strict check refused.
+  static LogLine refused(const std::string &reason, std::size_t n) {
+    return Hostd("request rejected: " + reason + " (peer uid 0, " + std::to_string(n) + " bytes)",
+                 2);
+  }
+
   bool logged_with_prefix(const std::string &prefix, int module) {
     for (const LogLine &line : daemon_.lines()) {
       if (line.module == module && line.text.rfind(prefix, 0) == 0) return true;
@@ -38,10 +44,7 @@ class BadInput : public HostdTest {
 
 TEST_F(BadInput, TextThatIsNotJsonIsRejected) {
   EXPECT_EQ(exchange_raw(socket(), "garbageCMPI_EOF"), kInvalid);
-  ASSERT_TRUE(daemon_.wait_for(rejected(7)));
-  EXPECT_TRUE(ContainsInOrder(
-      daemon_.lines(),
-      {Error("ERROR: __doDeserialization#2067: 'Json parsing failed'"), rejected(7)}));
+  EXPECT_TRUE(daemon_.wait_for(refused("not valid JSON at byte 0", 7)));
   expect_next_request_served();
 }
 
@@ -116,29 +119,40 @@ TEST_F(BadInput, UnknownRequestTypesAreRejected) {
                       ",\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
                       "\"Principal\":\"root\"}";
     EXPECT_EQ(exchange_raw(socket(), doc + "CMPI_EOF"), kInvalid) << type;
-    EXPECT_TRUE(daemon_.wait_for(rejected(doc.size()))) << type;
+    EXPECT_TRUE(daemon_.wait_for(
+        refused("member \"RequestType\" is not an integer from 1 to 10", doc.size())))
+        << type;
   }
-  EXPECT_TRUE(ContainsInOrder(daemon_.lines(), {Error("ERROR: Unknown request type")}));
   expect_next_request_served();
 }
 
 TEST_F(BadInput, WrongJsonValueTypesAreRejected) {
-  const std::string documents[] = {
-      "{\"RequestType\":\"x\",\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
-      "\"Principal\":\"root\"}",
-      "{\"RequestType\":-1,\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
-      "\"Principal\":\"root\"}",
-      "{\"RequestType\":3,\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
-      "\"Principal\":{},\"key\":\"DeviceID=fan0,SystemName=bmc0,\"}",
+  // The strict check at the front refuses wrong types of the members it routes by.
+  const std::pair<std::string, std::string> checked[] = {
+      {"{\"RequestType\":\"x\",\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
+       "\"Principal\":\"root\"}",
+       "member \"RequestType\" is not an integer from 1 to 10"},
+      {"{\"RequestType\":-1,\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
+       "\"Principal\":\"root\"}",
+       "member \"RequestType\" is not an integer from 1 to 10"},
+      {"{\"RequestType\":3,\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
+       "\"Principal\":{},\"key\":\"DeviceID=fan0,SystemName=bmc0,\"}",
+       "member \"Principal\" is not a string"},
+  };
+  for (const auto &entry : checked) {
+    EXPECT_EQ(exchange_raw(socket(), entry.first + "CMPI_EOF"), kInvalid) << entry.first;
+    EXPECT_TRUE(daemon_.wait_for(refused(entry.second, entry.first.size()))) << entry.first;
+  }
+  // What only the library's parser can tell (a value of the wrong kind inside the arguments)
+  // is refused by the worker, as the requesting user.
+  const std::string doc =
       "{\"RequestType\":5,\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\","
       "\"Principal\":\"root\",\"key\":\"DeviceID=fan0,SystemName=bmc0,\",\"MethodName\":"
-      "\"SetSpeed\",\"ArgsIn\":{\"DesiredSpeed\":{\"DataType\":160,\"Value\":\"fast\"}}}",
-      "[1,2,3]",
-  };
-  for (const std::string &doc : documents) {
-    EXPECT_EQ(exchange_raw(socket(), doc + "CMPI_EOF"), kInvalid) << doc;
-    EXPECT_TRUE(daemon_.wait_for(rejected(doc.size()))) << doc;
-  }
+      "\"SetSpeed\",\"ArgsIn\":{\"DesiredSpeed\":{\"DataType\":160,\"Value\":\"fast\"}}}";
+  EXPECT_EQ(exchange_raw(socket(), doc + "CMPI_EOF"), kInvalid);
+  EXPECT_TRUE(daemon_.wait_for(rejected(doc.size())));
+  EXPECT_EQ(exchange_raw(socket(), "[1,2,3]CMPI_EOF"), kInvalid);
+  EXPECT_TRUE(daemon_.wait_for(refused("the document is not a JSON object", 7)));
   EXPECT_TRUE(
       logged_with_prefix("ERROR: __doDeserialization#2200: 'Json conversion failed: ", 230));
   expect_next_request_served();

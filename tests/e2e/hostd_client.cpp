@@ -151,6 +151,20 @@ std::string exchange_raw(const std::string &socket, const std::string &bytes,
   return raw;
 }
 
+std::size_t count_frames(const std::string &raw) {
+  std::size_t n = 0;
+  for (std::size_t at = raw.find("CMPI_EOF"); at != std::string::npos;
+       at = raw.find("CMPI_EOF", at + 8)) {
+    ++n;
+  }
+  return n;
+}
+
+bool ends_with(const std::string &text, const std::string &tail) {
+  return text.size() >= tail.size() &&
+         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
 Answer enumerate(const std::string &socket, const std::string &frame, int type) {
   Answer answer;
   CMPIType element = type == ENUMINSTNAMES ? CMPI_ref : CMPI_instance;

@@ -66,6 +66,10 @@ Answer set_instance(const std::string &socket, const std::string &frame);
 Answer create_instance(const std::string &socket, const std::string &frame);
 Answer invoke(const std::string &socket, const std::string &frame);
 
+// How many frame terminators the bytes hold; whether text ends with tail.
+std::size_t count_frames(const std::string &raw);
+bool ends_with(const std::string &text, const std::string &tail);
+
 // Property and argument values.
 std::string text_property(const CMPIInstance *inst, const char *name);
 unsigned long long number_property(const CMPIInstance *inst, const char *name);

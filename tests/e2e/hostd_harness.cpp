@@ -66,7 +66,13 @@ const char kTestClasses[] =
     "('Test_Generic', 'TestGeneric', 'root/cimv2', '0'),"
     "('Test_Many', 'TestGeneric', 'root/cimv2', '0'),"
     "('Test_NoProvider', NULL, 'root/cimv2', '0'),"
-    "('Test_Missing', 'TestMissing', 'root/cimv2', '0');";
+    "('Test_Missing', 'TestMissing', 'root/cimv2', '0'),"
+    "('Test_Keep', 'TestKeep', 'root/cimv2', '1'),"
+    "('Test_Plain', 'TestPlain', 'root/cimv2', '0'),"
+    "('Test_Hog', 'TestHog', 'root/cimv2', '0'),"
+    "('Test_Spin', 'TestSpin', 'root/cimv2', '0'),"
+    "('Test_Fork', 'TestFork', 'root/cimv2', '0'),"
+    "('Test_Slow', 'TestSlow', 'root/cimv2', '0');";
 
 }  // namespace
 
@@ -96,7 +102,9 @@ Workspace::Workspace() {
 
   copy_file(DEMO_PROVIDER, provider_dir + "libdemoprovider.so");
   for (const char *lib :
-       {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so"}) {
+       {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
+        "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
+        "libtestslow.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
 }
@@ -234,7 +242,7 @@ std::string HostDaemon::standard_error() const { return read_file(ws_.stderr_fil
 
 std::string normalize(const std::string &text) {
   std::string out;
-  static const char *const kMarkers[] = {"worker ", "supervisor ", "pid "};
+  static const char *const kMarkers[] = {"worker ", "supervisor ", "pid ", "process "};
   std::size_t i = 0;
   while (i < text.size()) {
     bool replaced = false;

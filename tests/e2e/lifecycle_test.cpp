@@ -184,19 +184,50 @@ TEST(HostdShutdown, SigtermRemovesSocketAndPidFileAndExitsZero) {
   EXPECT_TRUE(daemon.wait_for(Hostd("stopped", 3)));
 }
 
-TEST(HostdShutdown, RunningConnectionsAreKilledAfterTheGracePeriod) {
+TEST(HostdShutdown, ClientsStillWaitingAfterTheGracePeriodGetAnErrorFrame) {
   Workspace ws;
   HostDaemon daemon(ws);
   ASSERT_TRUE(daemon.start({"--shutdown-grace", "1", "--provider-timeout", "60"}));
-  std::thread client(
-      [&ws] { exchange_raw(ws.socket, build_frame(ENUMINST, "root", make_path("Test_Hang"))); });
-  ASSERT_TRUE(daemon.wait_for(
-      Hostd("EnumerateInstances of Test_Hang for root (provider TestHang): worker N started", 4)));
+  std::string raw;
+  std::thread client([&ws, &raw] {
+    raw = exchange_raw(ws.socket, build_frame(ENUMINST, "root", make_path("Test_Hang")));
+  });
+  ASSERT_TRUE(daemon.wait_for(Hostd("EnumerateInstances of Test_Hang for root: worker N serves it", 4)));
   int status = daemon.stop();
   client.join();
   EXPECT_TRUE(exited_with(status, 0)) << status;
+  EXPECT_EQ(raw, "CMPIERROR:1CMPI_EOF");
   EXPECT_TRUE(daemon.wait_for(Hostd("waiting up to 1 s for 1 running connections", 3)));
-  EXPECT_TRUE(daemon.wait_for(Hostd("killing 1 connections still running", 3)));
+  EXPECT_TRUE(daemon.wait_for(
+      Hostd("the grace period is over: 1 clients still waiting get CMPIERROR:1", 3)));
+  EXPECT_TRUE(daemon.wait_for(
+      Hostd("EnumerateInstances of Test_Hang for root: worker N was killed: it was still running "
+            "when the grace period ended (0 frames passed on); the client gets CMPIERROR:1",
+            2)));
+}
+
+TEST(HostdShutdown, RequestsInFlightFinishWithinTheGracePeriod) {
+  Workspace ws;
+  HostDaemon daemon(ws);
+  ASSERT_TRUE(daemon.start({"--shutdown-grace", "20"}));
+  std::vector<std::string> raws(3);
+  std::vector<std::thread> clients;
+  for (std::size_t i = 0; i < raws.size(); ++i) {
+    clients.emplace_back([&ws, &raws, i] {
+      raws[i] = exchange_raw(ws.socket, build_frame(ENUMINST, "root", make_path("Test_Slow")));
+    });
+  }
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(daemon.wait_for(Hostd("EnumerateInstances of Test_Slow for root: worker N serves it", 4)));
+  }
+  int status = daemon.stop();
+  for (std::thread &t : clients) t.join();
+  EXPECT_TRUE(exited_with(status, 0)) << status;
+  for (const std::string &raw : raws) {
+    EXPECT_EQ(count_frames(raw), 11u) << raw;
+    EXPECT_TRUE(ends_with(raw, "CMPIOPERATION_COMPLETECMPI_EOF")) << raw;
+  }
+  EXPECT_TRUE(daemon.wait_for(Hostd("stopped", 3)));
 }
 
 TEST(HostdDetach, DetachedDaemonWritesItsPidFileAndServes) {

@@ -14,20 +14,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-std::size_t count_frames(const std::string &raw) {
-  std::size_t n = 0;
-  for (std::size_t at = raw.find("CMPI_EOF"); at != std::string::npos;
-       at = raw.find("CMPI_EOF", at + 8)) {
-    ++n;
-  }
-  return n;
-}
-
-bool ends_with(const std::string &text, const std::string &tail) {
-  return text.size() >= tail.size() &&
-         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
 const char kComplete[] = "CMPIOPERATION_COMPLETECMPI_EOF";
 
 CMAssocReq *assoc(const char *assoc_class, const char *result_class, bool refs_only) {

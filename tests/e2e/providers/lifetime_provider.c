@@ -16,6 +16,7 @@
  *     MODE_SLOW     returns 10 instances, one every 200 ms, then completes
  */
 #include <cmpimacs.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/types.h>
@@ -67,7 +68,7 @@ static void return_one(const CMPIResult *rslt, const CMPIObjectPath *op, const c
   CMRelease(inst);
 }
 
-static double seconds_now(void) {
+__attribute__((unused)) static double seconds_now(void) {
   struct timespec ts;
   clock_gettime(CLOCK_MONOTONIC, &ts);
   return (double)ts.tv_sec + (double)ts.tv_nsec / 1e9;
@@ -102,6 +103,7 @@ static CMPIStatus enum_instances(CMPIInstanceMI *mi, const CMPIContext *ctx,
   (void)properties;
   ++calls_;
   CMPIUint32 self = (CMPIUint32)getpid();
+  (void)self;
 #if LIFETIME_MODE == MODE_COUNTER
   return_one(rslt, op, "count", self);
 #elif LIFETIME_MODE == MODE_HOG

@@ -1,0 +1,121 @@
+// workers_test.cpp - persistent workers: one per user, reused, retired and replaced; providers
+// marked UnloadNever keep their memory between requests.
+#include <pwd.h>
+#include <unistd.h>
+
+#include "hostd_fixture.h"
+
+namespace e2e {
+namespace {
+
+// One enumeration of a lifetime test class (one instance "count"): its Count, Pid, Created.
+struct Served {
+  int rc = -1;
+  unsigned long long count = 0;
+  unsigned long long pid = 0;
+  unsigned long long created = 0;
+};
+
+Served served(const std::string &socket, const char *cls, const char *user = "root") {
+  Answer a = enumerate(socket, build_frame(ENUMINST, user, make_path(cls)), ENUMINST);
+  Served s;
+  s.rc = a.rc;
+  if (a.rc == 0 && a.instances.size() == 1) {
+    s.count = number_property(a.instances[0], "Count");
+    s.pid = number_property(a.instances[0], "Pid");
+    s.created = number_property(a.instances[0], "Created");
+  }
+  return s;
+}
+
+bool can_switch_to_nobody() { return geteuid() == 0 && getpwnam("nobody") != nullptr; }
+
+using Workers = HostdTest;
+
+TEST_F(Workers, TheSameWorkerServesTwoRequestsOfOneUser) {
+  Served first = served(socket(), "Test_Plain");
+  Served second = served(socket(), "Test_Plain");
+  ASSERT_EQ(first.rc, 0);
+  ASSERT_EQ(second.rc, 0);
+  EXPECT_NE(first.pid, 0u);
+  EXPECT_EQ(first.pid, second.pid);
+  EXPECT_NE(first.pid, static_cast<unsigned long long>(daemon_.pid()));
+}
+
+TEST_F(Workers, AnUnloadNeverProviderKeepsItsMemoryAndOthersDoNot) {
+  Served keep1 = served(socket(), "Test_Keep");
+  Served keep2 = served(socket(), "Test_Keep");
+  Served keep3 = served(socket(), "Test_Keep");
+  EXPECT_EQ(keep1.count, 1u);
+  EXPECT_EQ(keep2.count, 2u);
+  EXPECT_EQ(keep3.count, 3u);
+  EXPECT_EQ(keep3.created, 1u) << "the MI is created once and reused";
+  Served plain1 = served(socket(), "Test_Plain");
+  Served plain2 = served(socket(), "Test_Plain");
+  EXPECT_EQ(plain1.count, 1u);
+  EXPECT_EQ(plain2.count, 1u) << "a provider without UnloadNever starts afresh";
+  EXPECT_EQ(plain1.pid, keep1.pid);
+  EXPECT_TRUE(daemon_.wait_for(Hostd("provider TestPlain: Instance MI cleanup returned 0", 4)));
+  for (const cmpitest::LogLine &line : daemon_.lines()) {
+    EXPECT_NE(line.text, "provider TestKeep: Instance MI cleanup returned 0")
+        << "an UnloadNever provider is cleaned up only when its worker retires";
+  }
+}
+
+TEST_F(Workers, TwoUsersGetTwoWorkers) {
+  if (!can_switch_to_nobody()) GTEST_SKIP() << "needs root and the user nobody";
+  Served as_root = served(socket(), "Test_Plain", "root");
+  Served as_nobody = served(socket(), "Test_Plain", "nobody");
+  Served root_again = served(socket(), "Test_Plain", "root");
+  ASSERT_EQ(as_root.rc, 0);
+  ASSERT_EQ(as_nobody.rc, 0);
+  EXPECT_NE(as_root.pid, as_nobody.pid);
+  EXPECT_EQ(as_root.pid, root_again.pid);
+}
+
+TEST_F(Workers, AWorkerCrashEndsOnlyItsRequestAndANewWorkerServesTheNext) {
+  Served before = served(socket(), "Test_Plain");
+  Answer crash = enumerate(socket(), build_frame(ENUMINST, "root", make_path("Test_Partial")),
+                           ENUMINST);
+  EXPECT_EQ(crash.rc, CMPI_RC_ERR_FAILED);
+  EXPECT_EQ(crash.instances.size(), 1u);
+  EXPECT_TRUE(ends_with(crash.raw, "}CMPI_EOFCMPIERROR:1CMPI_EOF")) << crash.raw;
+  Served after = served(socket(), "Test_Plain");
+  ASSERT_EQ(after.rc, 0);
+  EXPECT_NE(before.pid, after.pid);
+}
+
+class WorkersRetireAfterRequests : public HostdTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--worker-requests", "2"}; }
+};
+
+TEST_F(WorkersRetireAfterRequests, ARetiredWorkerIsReplaced) {
+  Served first = served(socket(), "Test_Keep");
+  Served second = served(socket(), "Test_Keep");
+  ASSERT_TRUE(daemon_.wait_for(Hostd("worker N of user root retires", 4)));
+  // The retiring worker unloads its UnloadNever provider once, with its cleanup.
+  EXPECT_TRUE(daemon_.wait_for(Hostd("provider TestKeep: Instance MI cleanup returned 0", 4)));
+  Served third = served(socket(), "Test_Keep");
+  EXPECT_EQ(first.pid, second.pid);
+  EXPECT_NE(second.pid, third.pid);
+  EXPECT_EQ(second.count, 2u);
+  EXPECT_EQ(third.count, 1u) << "the new worker loads the provider afresh";
+}
+
+class WorkersRetireWhenIdle : public HostdTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--worker-idle", "1"}; }
+};
+
+TEST_F(WorkersRetireWhenIdle, AnIdleWorkerRetiresAndTheNextRequestGetsANewOne) {
+  Served first = served(socket(), "Test_Plain");
+  ASSERT_TRUE(daemon_.wait_for(Hostd("worker N of user root retires", 4)));
+  ASSERT_TRUE(daemon_.wait_for(Hostd("worker N exited with status 0", 4)));
+  Served second = served(socket(), "Test_Plain");
+  ASSERT_EQ(second.rc, 0);
+  EXPECT_NE(first.pid, second.pid);
+}
+
+}  // namespace
+}  // namespace e2e
