@@ -14,6 +14,8 @@
  *     MODE_FORK     starts a detached process (setsid, forked twice) that sleeps for 10 minutes,
  *                   returns one instance whose "Pid" is that process, then hangs
  *     MODE_SLOW     returns 10 instances, one every 200 ms, then completes
+ *   createInstance, modifyInstance and deleteInstance fail with CMPI_RC_ERR_NOT_SUPPORTED and a
+ *   message of 20,000 characters ("refused: " followed by 'x's), longer than any frame buffer.
  */
 #include <cmpimacs.h>
 #include <stdio.h>
@@ -178,7 +180,11 @@ static CMPIStatus create_instance(CMPIInstanceMI *mi, const CMPIContext *ctx,
   (void)rslt;
   (void)op;
   (void)inst;
-  return not_supported();
+  static char message[20001];
+  memset(message, 'x', 20000);
+  memcpy(message, "refused: ", 9);
+  message[20000] = '\0';
+  CMReturnWithChars(broker_, CMPI_RC_ERR_NOT_SUPPORTED, message);
 }
 
 static CMPIStatus modify_instance(CMPIInstanceMI *mi, const CMPIContext *ctx,
@@ -195,9 +201,13 @@ static CMPIStatus delete_instance(CMPIInstanceMI *mi, const CMPIContext *ctx,
 
 static CMPIStatus exec_query(CMPIInstanceMI *mi, const CMPIContext *ctx, const CMPIResult *rslt,
                              const CMPIObjectPath *op, const char *query, const char *lang) {
+  (void)mi;
+  (void)ctx;
+  (void)rslt;
+  (void)op;
   (void)query;
   (void)lang;
-  return create_instance(mi, ctx, rslt, op, NULL);
+  return not_supported();
 }
 
 static CMPIInstanceMIFT instance_ft = {
