@@ -160,12 +160,18 @@ HostDaemon::~HostDaemon() {
     _exit(127);
   }
   // The log may hold the lines of an earlier daemon on the same workspace: wait for this one's.
+  std::string socket = ws_.socket;
+  for (std::size_t i = 0; i + 1 < extra.size(); ++i) {
+    if (extra[i] == "--socket") socket = extra[i + 1];
+  }
   const std::string listening =
-      "pid=" + std::to_string(pid_) + " level=3 module=232: listening on " + ws_.socket + "\n";
+      "pid=" + std::to_string(pid_) + " level=3 module=232: listening on " + socket + "\n";
+  start_status_ = -1;
   for (int i = 0; i < 1000; ++i) {
     int status = 0;
     if (waitpid(pid_, &status, WNOHANG) == pid_) {
       pid_ = -1;
+      start_status_ = status;
       return ::testing::AssertionFailure()
              << "cmpi-hostd ended at start (status " << status << "): " << standard_error();
     }

@@ -51,8 +51,11 @@ class HostDaemon {
 
   // The common arguments (foreground, socket, schema database, provider directory, log level 4,
   // socket mode 0666, read time-out 2 s, provider time-out 3 s) followed by extra, which may
-  // repeat any of them to override it. Waits until the daemon says it listens.
+  // repeat any of them to override it. Waits until the daemon says it listens (on the last
+  // --socket given). When the daemon ends instead, start fails and start_status() gives its
+  // wait status.
   ::testing::AssertionResult start(const std::vector<std::string> &extra = {});
+  int start_status() const { return start_status_; }
   // SIGTERM and wait; returns the wait status (-1 when it had to be killed).
   int stop();
   pid_t pid() const { return pid_; }
@@ -67,6 +70,7 @@ class HostDaemon {
  private:
   const Workspace &ws_;
   pid_t pid_ = -1;
+  int start_status_ = -1;
 };
 
 // Replaces the number after "worker ", "supervisor ", "pid " and "(pid " by N.
