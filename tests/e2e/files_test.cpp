@@ -128,7 +128,8 @@ TEST(HostdFiles, ALinkPlantedAtThePidFilesNameIsNotFollowed) {
   HostDaemon daemon(ws);
   EXPECT_FALSE(daemon.start({"--pid-file", pid_file}));
   EXPECT_TRUE(exited_with(daemon.start_status(), 1)) << daemon.start_status();
-  const std::string message = "the pid file " + pid_file + " is a symbolic link; it is not followed";
+  const std::string message =
+      "the pid file " + pid_file + " is a symbolic link; it is not followed";
   EXPECT_EQ(daemon.standard_error(), "cmpi-hostd: " + message + "\n");
   EXPECT_TRUE(daemon.wait_for(Hostd("cannot start: " + message, 2), 1));
   precious.expect_untouched();

@@ -60,7 +60,8 @@ TEST(PidFile, ALinkAtThePidFilesNameIsRefusedAndItsTargetUntouched) {
   ASSERT_EQ(symlink(precious.c_str(), (dir / "hostd.pid").c_str()), 0);
   std::string error;
   EXPECT_FALSE(write_pid_file(dir / "hostd.pid", 4242, &error));
-  EXPECT_EQ(error, "the pid file " + (dir / "hostd.pid") + " is a symbolic link; it is not followed");
+  EXPECT_EQ(error,
+            "the pid file " + (dir / "hostd.pid") + " is a symbolic link; it is not followed");
   EXPECT_EQ(read_file(precious), "secret");
   EXPECT_EQ(lstat_of(precious).st_mode & 07777, 0600u);
   EXPECT_TRUE(S_ISLNK(lstat_of(dir / "hostd.pid").st_mode));

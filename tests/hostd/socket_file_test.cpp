@@ -93,8 +93,8 @@ TEST(SocketDirectory, AMissingDirectoryIsNamed) {
   TempDir dir;
   std::string error;
   EXPECT_FALSE(check_socket_directory(dir / "gone", &error));
-  EXPECT_EQ(error, "cannot use the socket's directory " + (dir / "gone") +
-                       ": No such file or directory");
+  EXPECT_EQ(error,
+            "cannot use the socket's directory " + (dir / "gone") + ": No such file or directory");
 }
 
 TEST(ListeningSocket, ComesIntoBeingWithItsModeWhateverTheUmask) {
@@ -180,8 +180,8 @@ TEST(ListeningSocket, ALinkPlantedAfterTheBindIsNeverFollowed) {
     EXPECT_TRUE(set_socket_group(dir_fd, "hostd.sock", nobody_gid(), &error)) << error;
     EXPECT_EQ(lstat_of(path).st_gid, nobody_gid());  // the link itself
   }
-  EXPECT_FALSE(verify_socket_file(dir_fd, "hostd.sock", path, 0666, static_cast<gid_t>(-1),
-                                  &error));
+  EXPECT_FALSE(
+      verify_socket_file(dir_fd, "hostd.sock", path, 0666, static_cast<gid_t>(-1), &error));
   EXPECT_EQ(error, path + " is no longer the socket that was made; refusing to start");
   close(dir_fd);
   const struct stat after = lstat_of(precious);
@@ -200,15 +200,17 @@ TEST(ListeningSocket, TheCheckAfterCreationWantsTheModeAndGroup) {
   const int dir_fd = open(dir.path().c_str(), O_RDONLY | O_DIRECTORY);
   EXPECT_TRUE(verify_socket_file(dir_fd, "hostd.sock", path, 0600, getegid(), &error)) << error;
   EXPECT_FALSE(verify_socket_file(dir_fd, "hostd.sock", path, 0660, getegid(), &error));
-  EXPECT_EQ(error, path + " has the mode 0600, not 0660 (does its directory have a default "
-                          "ACL?); refusing to start");
+  EXPECT_EQ(error, path +
+                       " has the mode 0600, not 0660 (does its directory have a default "
+                       "ACL?); refusing to start");
   EXPECT_FALSE(verify_socket_file(dir_fd, "hostd.sock", path, 0600, getegid() + 1, &error));
   EXPECT_EQ(error, path + " has the group " + std::to_string(getegid()) + ", not " +
                        std::to_string(getegid() + 1) + "; refusing to start");
-  EXPECT_FALSE(verify_socket_file(dir_fd, "missing.sock", dir / "missing.sock", 0600,
-                                  getegid(), &error));
-  EXPECT_EQ(error, (dir / "missing.sock") + " is gone after it was made: No such file or "
-                                            "directory");
+  EXPECT_FALSE(
+      verify_socket_file(dir_fd, "missing.sock", dir / "missing.sock", 0600, getegid(), &error));
+  EXPECT_EQ(error, (dir / "missing.sock") +
+                       " is gone after it was made: No such file or "
+                       "directory");
   close(dir_fd);
   serverSockclose(&server);
   remove_socket_file(path, socket_file_inode(path));

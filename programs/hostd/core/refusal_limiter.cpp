@@ -35,8 +35,7 @@ std::string RefusalLimiter::summary(Entry *e, long long now) const {
   const long long seconds = std::max(1LL, (now - e->first_suppressed + 999) / 1000);
   std::string text = std::to_string(e->suppressed) +
                      (e->suppressed == 1 ? " refusal of peer " : " refusals of peer ") +
-                     e->peer.label() + " suppressed in the last " + std::to_string(seconds) +
-                     " s";
+                     e->peer.label() + " suppressed in the last " + std::to_string(seconds) + " s";
   e->suppressed = 0;
   e->first_suppressed = 0;
   return text;

@@ -42,8 +42,8 @@ struct RefusalPeer {
 };
 
 struct RefusalLimits {
-  int burst = 10;          // lines a peer may have at once (at least 1)
-  int per_second = 1;      // lines a second it earns back (at least 1)
+  int burst = 10;                // lines a peer may have at once (at least 1)
+  int per_second = 1;            // lines a second it earns back (at least 1)
   std::size_t max_peers = 1024;  // peers tracked at once (at least 1)
 };
 
@@ -71,8 +71,8 @@ class RefusalLimiter {
  private:
   struct Entry {
     RefusalPeer peer;
-    long long credit = 0;         // thousandths of a line
-    long long refilled_at = 0;    // the time credit was last brought up to date
+    long long credit = 0;       // thousandths of a line
+    long long refilled_at = 0;  // the time credit was last brought up to date
     unsigned long long suppressed = 0;
     long long first_suppressed = 0;
   };

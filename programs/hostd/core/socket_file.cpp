@@ -46,8 +46,8 @@ bool directory_allowed(const struct stat &st, const std::string &dir, std::strin
     return false;
   }
   if ((st.st_mode & (S_IWGRP | S_IWOTH)) != 0 && (st.st_mode & S_ISVTX) == 0) {
-    *error = "the socket's directory " + dir + " is writable by others and not sticky; refusing "
-             "to start";
+    *error = "the socket's directory " + dir +
+             " is writable by others and not sticky; refusing to start";
     return false;
   }
   return true;
@@ -121,8 +121,8 @@ bool verify_socket_file(int dir_fd, const std::string &name, const std::string &
     return false;
   }
   if (gid != static_cast<gid_t>(-1) && st.st_gid != gid) {
-    *error = path + " has the group " + std::to_string(st.st_gid) + ", not " +
-             std::to_string(gid) + "; refusing to start";
+    *error = path + " has the group " + std::to_string(st.st_gid) + ", not " + std::to_string(gid) +
+             "; refusing to start";
     return false;
   }
   return true;
