@@ -1,6 +1,9 @@
 // hostd_harness.cpp - workspace, daemon process and its log.
 #include "hostd_harness.h"
 
+#include <cmpiinterface.h>
+#include <cmpimacs.h>
+#include <cmpiutility/local_call.h>
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -68,6 +71,34 @@ const char kTestClasses[] =
     "('Test_NoProvider', NULL, 'root/cimv2', '0'),"
     "('Test_Missing', 'TestMissing', 'root/cimv2', '0');";
 
+// Sets the demo state up as its administrator would, before any daemon serves anyone: one
+// in-process call of the demo provider by this process's user (root in the suite), which
+// creates and seeds the file. Workers running as other users then find it made, readable and
+// theirs to read only. Done in a child, so that this process keeps its environment and never
+// loads the provider.
+void set_up_demo_state(const Workspace &ws) {
+  pid_t pid = fork();
+  if (pid < 0) {
+    ADD_FAILURE() << "fork: " << std::strerror(errno);
+    return;
+  }
+  if (pid == 0) {
+    setenv("CMPIUTILITY_SCHEMA_DB", ws.schema_db.c_str(), 1);
+    setenv("CMPIUTILITY_PROVIDER_DIR", ws.provider_dir.c_str(), 1);
+    setenv("CMPI_DEMO_STATE", ws.state_file.c_str(), 1);
+    CMPIContext *ctx = makeNewCMPIContext(nullptr);
+    CMPIObjectPath *path = makeNewObjectPath("root/cimv2", "Demo_Chassis", nullptr);
+    CMPIEnumeration *found = CBEnumInstance(ctx, "Demo_Chassis", path, 1);
+    _exit(found != nullptr && CMHasNext(found, nullptr) ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    ADD_FAILURE() << "the demo state " << ws.state_file << " could not be set up (status "
+                  << status << ")";
+  }
+}
+
 }  // namespace
 
 Workspace::Workspace() {
@@ -85,8 +116,8 @@ Workspace::Workspace() {
   stderr_file = dir + "/hostd.stderr";
   std::string state_dir = dir + "/state";
   mkdir(provider_dir.c_str(), 0755);
-  mkdir(state_dir.c_str(), 0777);
-  chmod(state_dir.c_str(), 0777);
+  mkdir(state_dir.c_str(), 0755);
+  chmod(state_dir.c_str(), 0755);
   state_file = state_dir + "/demo.db";
 
   exec_sql(read_file(std::string(SHARE_DIR) + "/schema.sql"));
@@ -99,6 +130,7 @@ Workspace::Workspace() {
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
+  set_up_demo_state(*this);
 }
 
 Workspace::~Workspace() {
