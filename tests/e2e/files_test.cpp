@@ -1,14 +1,19 @@
 // files_test.cpp - the files the daemon makes (its socket and its pid file) cannot be
 // redirected by someone who plants a link, and a socket directory others may write to stops
 // the start.
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "hostd_fixture.h"
 
@@ -149,6 +154,58 @@ TEST(HostdFiles, ALinkPlantedAtTheOldTemporaryNameIsNotFollowed) {
   precious.expect_untouched();
   EXPECT_TRUE(exited_with(daemon.stop(), 0));
   EXPECT_EQ(lstat_of(pid_file).st_mode, 0u);
+  precious.expect_untouched();
+}
+
+TEST(HostdFiles, ADetachedDaemonWhosePidFileIsALinkDoesNotStayBehind) {
+  // The detached daemon is an orphan; this process adopts it so that it can wait for its end.
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  Workspace ws;
+  Precious precious(ws.dir + "/precious");
+  const std::string pid_file = ws.dir + "/detached.pid";
+  ASSERT_EQ(symlink(precious.path.c_str(), pid_file.c_str()), 0);
+  std::vector<std::string> args = {
+      HOSTD_BINARY,    "--socket",   ws.socket, "--schema-db", ws.schema_db, "--provider-dir",
+      ws.provider_dir, "--pid-file", pid_file,  "--log-level", "4"};
+  const pid_t pid = fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    setenv("DLOG_OUTPUT", ws.log_file.c_str(), 1);
+    setenv("CMPI_DEMO_STATE", ws.state_file.c_str(), 1);
+    int err = open(ws.stderr_file.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    dup2(err, STDERR_FILENO);
+    std::vector<char *> argv;
+    for (std::string &a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+  EXPECT_TRUE(exited_with(status, 1)) << status;
+  HostDaemon log(ws);  // only to read the log and standard error
+  EXPECT_EQ(log.standard_error(),
+            "cmpi-hostd: the pid file " + pid_file + " is a symbolic link; it is not followed\n");
+  // The detached child stops by itself, cleanly.
+  int child_status = -1;
+  pid_t child = 0;
+  for (int i = 0; i < 1000 && child <= 0; ++i) {
+    child = waitpid(-1, &child_status, WNOHANG);
+    if (child <= 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  if (child <= 0) {
+    // Still running: end what this process adopted, so that the test leaves nothing behind.
+    std::istringstream adopted(
+        contents("/proc/self/task/" + std::to_string(getpid()) + "/children"));
+    for (pid_t orphan = 0; adopted >> orphan;) {
+      kill(orphan, SIGKILL);
+      waitpid(orphan, nullptr, 0);
+    }
+    FAIL() << "the detached daemon is still running";
+  }
+  EXPECT_TRUE(exited_with(child_status, 0)) << child_status;
+  EXPECT_TRUE(log.wait_for(Hostd("signal 15 received: shutting down", 3), 1));
+  EXPECT_EQ(lstat_of(ws.socket).st_mode, 0u);
   precious.expect_untouched();
 }
 

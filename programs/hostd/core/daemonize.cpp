@@ -3,6 +3,7 @@
 
 #include <dlog.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -64,6 +65,9 @@ bool detach(const std::string &pid_file, std::string *error) {
     int status = 0;
     if (!pid_file.empty() && !write_pid_file(pid_file, pid, error)) {
       std::fprintf(stderr, "cmpi-hostd: %s\n", error->c_str());
+      // A start that is reported failed must not leave a daemon behind: the child takes the
+      // stop signal as soon as it listens, and shuts down cleanly.
+      kill(pid, SIGTERM);
       status = 1;
     }
     _exit(status);
