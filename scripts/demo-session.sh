@@ -39,10 +39,16 @@ sqlite3 "$work/schema.db" <"$root/share/demo-classes.sql"
 sqlite3 "$work/schema.db" "select ClassName, ProviderName, NameSpace from Tbl_ClassMetadata"
 
 step "2. cmpi-hostd on a temporary socket, with the demo provider"
-# The demo provider keeps its instances in a small SQLite file; its directory is open to every
-# user because requests are served under the requesting user's identity.
-mkdir -m 0777 "$work/state"
+# The demo provider keeps its instances in a small SQLite file. Requests are served under the
+# requesting user's identity, so the file is set up first, by root, before the daemon serves
+# anyone: in a directory closed to others, made and seeded by one in-process call of the
+# provider. Other users may then read it; only root may change it.
+mkdir -m 0755 "$work/state"
 export CMPI_DEMO_STATE=$work/state/demo.db
+printf '$ CMPIUTILITY_SCHEMA_DB=... CMPIUTILITY_PROVIDER_DIR=... %s local-enum Demo_Chassis --flag 1 >/dev/null\n' "$cli"
+CMPIUTILITY_SCHEMA_DB=$work/schema.db CMPIUTILITY_PROVIDER_DIR=$providers \
+  "$cli" local-enum Demo_Chassis --flag 1 >/dev/null
+ls -l "$CMPI_DEMO_STATE" | awk '{print "demo state:", $1, $3, $4, $NF}'
 socket=$work/hostd.sock
 "$hostd" --foreground --socket "$socket" --schema-db "$work/schema.db" \
   --provider-dir "$providers" --log-level 2 2>"$work/hostd.log" &

@@ -3,12 +3,11 @@
 
 #include <sqlite3.h>
 #include <stdlib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <map>
 
 #include "initial_state.h"
+#include "state_file.h"
 
 namespace demo {
 
@@ -67,14 +66,6 @@ class Statement {
   int rc_ = SQLITE_ERROR;
 };
 
-// Makes the directory of path when it is missing (one level); failures show when the file is
-// opened.
-void makeParentDirectory(const std::string &path) {
-  const size_t slash = path.rfind('/');
-  if (slash == std::string::npos || slash == 0) return;
-  mkdir(path.substr(0, slash).c_str(), 0755);
-}
-
 // Orders stored properties as the class does; properties without a row are null.
 StoredInstance assemble(const ClassDef &cls, const std::string &key,
                         const std::map<std::string, std::optional<std::string>> &values) {
@@ -127,16 +118,26 @@ bool StateStore::seeded() {
 Outcome StateStore::open(const CMPIBroker *broker) {
   if (db_ != nullptr) return success();
   const std::string file = path();
-  makeParentDirectory(file);
-  if (sqlite3_open_v2(file.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
+  StateFile checked;
+  Outcome opened = checked.open(file);
+  if (!opened.ok()) return opened;
+  // The file exists and has been checked: SQLite may neither create it nor follow a link.
+  if (sqlite3_open_v2(file.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr) !=
       SQLITE_OK) {
     Outcome outcome = error(("the demo state " + file + " cannot be opened").c_str());
     if (outcome.rc == CMPI_RC_ERR_FAILED && db_ != nullptr &&
-        (sqlite3_errcode(db_) & 0xff) == SQLITE_CANTOPEN && access(file.c_str(), F_OK) == 0)
+        (sqlite3_errcode(db_) & 0xff) == SQLITE_CANTOPEN)
       outcome.rc = CMPI_RC_ERR_ACCESS_DENIED;
     sqlite3_close(db_);
     db_ = nullptr;
     return outcome;
+  }
+  opened = checked.sameFile(file);
+  checked.close();  // before SQLite takes any lock
+  if (!opened.ok()) {
+    sqlite3_close(db_);
+    db_ = nullptr;
+    return opened;
   }
   sqlite3_busy_timeout(db_, kBusyTimeoutMs);
   if (seeded()) return success();

@@ -2,11 +2,14 @@
 // SQLite file so that it lasts across requests and processes.
 //
 // The file is named by the environment variable CMPI_DEMO_STATE, else
-// "/var/lib/cmpi-demo/state.db". The first use creates it (and its directory, one level) with
-// its tables and the initial demo instances. A store is opened per request and closed with it:
-// nothing stays open between requests, so a host may fork and switch users freely. Concurrent
-// processes wait for each other's writes (busy time-out). A user who may read the file but not
-// write it can still read the state; writes then fail with CMPI_RC_ERR_ACCESS_DENIED.
+// "/var/lib/cmpi-demo/state.db". It is checked before use and never followed through a link
+// (state_file.h): its directory must belong to root or the provider's user and be closed to
+// others, and the file must belong to one of them. The first use by someone who may write the
+// directory (whoever sets the demo up) creates it, and its directory one level, with its tables
+// and the initial demo instances. A store is opened per request and closed with it: nothing stays
+// open between requests, so a host may fork and switch users freely. Concurrent processes wait
+// for each other's writes (busy time-out). A user who may read the file but not write it can
+// still read the state; writes then fail with CMPI_RC_ERR_ACCESS_DENIED.
 //
 // Tables:
 //   DemoState    (Name, Value)                                  "version" once seeded

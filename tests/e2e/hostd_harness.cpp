@@ -1,6 +1,9 @@
 // hostd_harness.cpp - workspace, daemon process and its log.
 #include "hostd_harness.h"
 
+#include <cmpiinterface.h>
+#include <cmpimacs.h>
+#include <cmpiutility/local_call.h>
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -74,6 +77,34 @@ const char kTestClasses[] =
     "('Test_Fork', 'TestFork', 'root/cimv2', '0'),"
     "('Test_Slow', 'TestSlow', 'root/cimv2', '0');";
 
+// Sets the demo state up as its administrator would, before any daemon serves anyone: one
+// in-process call of the demo provider by this process's user (root in the suite), which
+// creates and seeds the file. Workers running as other users then find it made, readable and
+// theirs to read only. Done in a child, so that this process keeps its environment and never
+// loads the provider.
+void set_up_demo_state(const Workspace &ws) {
+  pid_t pid = fork();
+  if (pid < 0) {
+    ADD_FAILURE() << "fork: " << std::strerror(errno);
+    return;
+  }
+  if (pid == 0) {
+    setenv("CMPIUTILITY_SCHEMA_DB", ws.schema_db.c_str(), 1);
+    setenv("CMPIUTILITY_PROVIDER_DIR", ws.provider_dir.c_str(), 1);
+    setenv("CMPI_DEMO_STATE", ws.state_file.c_str(), 1);
+    CMPIContext *ctx = makeNewCMPIContext(nullptr);
+    CMPIObjectPath *path = makeNewObjectPath("root/cimv2", "Demo_Chassis", nullptr);
+    CMPIEnumeration *found = CBEnumInstance(ctx, "Demo_Chassis", path, 1);
+    _exit(found != nullptr && CMHasNext(found, nullptr) ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    ADD_FAILURE() << "the demo state " << ws.state_file << " could not be set up (status "
+                  << status << ")";
+  }
+}
+
 }  // namespace
 
 Workspace::Workspace() {
@@ -91,8 +122,8 @@ Workspace::Workspace() {
   stderr_file = dir + "/hostd.stderr";
   std::string state_dir = dir + "/state";
   mkdir(provider_dir.c_str(), 0755);
-  mkdir(state_dir.c_str(), 0777);
-  chmod(state_dir.c_str(), 0777);
+  mkdir(state_dir.c_str(), 0755);
+  chmod(state_dir.c_str(), 0755);
   state_file = state_dir + "/demo.db";
 
   exec_sql(read_file(std::string(SHARE_DIR) + "/schema.sql"));
@@ -107,6 +138,7 @@ Workspace::Workspace() {
         "libtestslow.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
+  set_up_demo_state(*this);
 }
 
 Workspace::~Workspace() {
@@ -168,12 +200,18 @@ HostDaemon::~HostDaemon() {
     _exit(127);
   }
   // The log may hold the lines of an earlier daemon on the same workspace: wait for this one's.
+  std::string socket = ws_.socket;
+  for (std::size_t i = 0; i + 1 < extra.size(); ++i) {
+    if (extra[i] == "--socket") socket = extra[i + 1];
+  }
   const std::string listening =
-      "pid=" + std::to_string(pid_) + " level=3 module=232: listening on " + ws_.socket + "\n";
+      "pid=" + std::to_string(pid_) + " level=3 module=232: listening on " + socket + "\n";
+  start_status_ = -1;
   for (int i = 0; i < 1000; ++i) {
     int status = 0;
     if (waitpid(pid_, &status, WNOHANG) == pid_) {
       pid_ = -1;
+      start_status_ = status;
       return ::testing::AssertionFailure()
              << "cmpi-hostd ended at start (status " << status << "): " << standard_error();
     }

@@ -2,8 +2,10 @@
 //
 // A Workspace is a temporary directory holding everything one daemon needs: a schema database
 // made from share/schema.sql and share/demo-classes.sql plus the rows of the test providers, a
-// provider directory with copies of libdemoprovider.so and the test providers, and a state
-// directory for the demo provider (mode 0777, so a worker running as nobody may write there).
+// provider directory with copies of libdemoprovider.so and the test providers, and the demo
+// provider's state, set up before any daemon starts as an administrator sets it up: a 0755
+// directory of this process's user (root in the suite) holding a file made and seeded by one
+// in-process call of the provider. A worker running as nobody may read it, not change it.
 // A HostDaemon starts the built cmpi-hostd in the foreground on the workspace's socket, with its
 // log (DLOG_OUTPUT) in a file that the tests read back, and its standard error in another file
 // that must stay free of sanitizer reports. With the environment variable E2E_KEEP set, the
@@ -51,8 +53,11 @@ class HostDaemon {
 
   // The common arguments (foreground, socket, schema database, provider directory, log level 4,
   // socket mode 0666, read time-out 2 s, provider time-out 3 s) followed by extra, which may
-  // repeat any of them to override it. Waits until the daemon says it listens.
+  // repeat any of them to override it. Waits until the daemon says it listens (on the last
+  // --socket given). When the daemon ends instead, start fails and start_status() gives its
+  // wait status.
   ::testing::AssertionResult start(const std::vector<std::string> &extra = {});
+  int start_status() const { return start_status_; }
   // SIGTERM and wait; returns the wait status (-1 when it had to be killed).
   int stop();
   pid_t pid() const { return pid_; }
@@ -67,6 +72,7 @@ class HostDaemon {
  private:
   const Workspace &ws_;
   pid_t pid_ = -1;
+  int start_status_ = -1;
 };
 
 // Replaces the number after "worker ", "supervisor ", "pid " and "(pid " by N.

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "response_frames.h"
-#include "shown.h"
+#include "log_text.h"
 #include "wire.h"
 #include "locations.h"
 #include "log.h"
@@ -117,12 +117,12 @@ std::string answer_get_class(const std::string &class_name, const std::string &n
   std::string why;
   switch (load_class_definition(database, class_name, &definition, &why)) {
     case ClassLookup::kFailed:
-      HOSTD_ERROR("GetClass %s: the schema database cannot be read: %s", shown(class_name).c_str(),
+      HOSTD_ERROR("GetClass %s: the schema database cannot be read: %s", log_text(class_name).c_str(),
                   why.c_str());
       *rc = CMPI_RC_ERR_FAILED;
       return wire::error_frame(CMPI_RC_ERR_FAILED);
     case ClassLookup::kUnknownClass:
-      HOSTD_ERROR("GetClass %s: no such class in the schema database", shown(class_name).c_str());
+      HOSTD_ERROR("GetClass %s: no such class in the schema database", log_text(class_name).c_str());
       *rc = CMPI_RC_ERR_INVALID_CLASS;
       return class_status(CMPI_RC_ERR_INVALID_CLASS, "no such class");
     case ClassLookup::kFound:
@@ -132,14 +132,14 @@ std::string answer_get_class(const std::string &class_name, const std::string &n
     definition.name_space = name_space;
   } else if (strcasecmp(definition.name_space.c_str(), name_space.c_str()) != 0) {
     HOSTD_ERROR("GetClass %s: the class lives in namespace %s, not in %s",
-                shown(class_name).c_str(), shown(definition.name_space).c_str(),
-                shown(name_space).c_str());
+                log_text(class_name).c_str(), log_text(definition.name_space).c_str(),
+                log_text(name_space).c_str());
     *rc = CMPI_RC_ERR_INVALID_CLASS;
     return class_status(CMPI_RC_ERR_INVALID_CLASS, "no such class in this namespace");
   }
   CMPIConstClass *cls = build_class(definition);
   if (cls == nullptr) {
-    HOSTD_ERROR("GetClass %s: the class object cannot be built", shown(class_name).c_str());
+    HOSTD_ERROR("GetClass %s: the class object cannot be built", log_text(class_name).c_str());
     *rc = CMPI_RC_ERR_FAILED;
     return wire::error_frame(CMPI_RC_ERR_FAILED);
   }
@@ -152,10 +152,10 @@ std::string answer_get_class(const std::string &class_name, const std::string &n
     out += wire::complete_frame();
     *rc = CMPI_RC_OK;
     HOSTD_TRACE("GetClass %s: %zu properties, %zu methods, %zu parameters sent",
-                shown(class_name).c_str(), definition.properties.size(),
+                log_text(class_name).c_str(), definition.properties.size(),
                 definition.methods.size(), definition.parameters.size());
   } else {
-    HOSTD_ERROR("GetClass %s: the class cannot be encoded", shown(class_name).c_str());
+    HOSTD_ERROR("GetClass %s: the class cannot be encoded", log_text(class_name).c_str());
     out = wire::error_frame(CMPI_RC_ERR_FAILED);
     *rc = CMPI_RC_ERR_FAILED;
   }

@@ -17,7 +17,7 @@
 #include "front_state.h"
 #include "log.h"
 #include "operations.h"
-#include "shown.h"
+#include "log_text.h"
 #include "socket_file.h"
 #include "wire.h"
 
@@ -203,7 +203,7 @@ void Front::admit(int fd) {
     return;
   }
   if (!config_.admission.admits(peer)) {
-    HOSTD_ERROR("connection refused: peer pid %d uid %u gid %u is not on the allow list",
+    if (log_refusal(peer)) HOSTD_ERROR("connection refused: peer pid %d uid %u gid %u is not on the allow list",
                 static_cast<int>(peer.pid), static_cast<unsigned>(peer.uid),
                 static_cast<unsigned>(peer.gid));
     close(fd);
@@ -212,7 +212,7 @@ void Front::admit(int fd) {
   const PeerKind kind = config_.admission.kind_of(peer);
   const bool counted = kind == PeerKind::kSelf;
   if (counted && per_user_[peer.uid] >= config_.max_connections_per_user) {
-    HOSTD_ERROR("connection refused: peer uid %u already holds %d connections",
+    if (log_refusal(peer)) HOSTD_ERROR("connection refused: peer uid %u already holds %d connections",
                 static_cast<unsigned>(peer.uid), config_.max_connections_per_user);
     const std::string frame = wire::error_frame(CMPI_RC_ERR_FAILED);
     (void)!::send(fd, frame.data(), frame.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -302,7 +302,7 @@ void Front::read_request(Connection &c) {
         HOSTD_TRACE("connection closed by the client before it sent a request");
         close_connection(c.id);
       } else {
-        HOSTD_ERROR(
+        if (log_refusal(c.peer)) HOSTD_ERROR(
             "request truncated: the client stopped sending after %zu bytes, without the "
             "frame terminator",
             c.request.received());
@@ -314,13 +314,13 @@ void Front::read_request(Connection &c) {
     const RequestBuffer::State state = c.request.add(piece, static_cast<std::size_t>(n));
     buffered_ = buffered_ - before + c.request.size();
     if (state == RequestBuffer::State::kTooLarge) {
-      HOSTD_ERROR("request too large: more than %zu bytes without the frame terminator",
+      if (log_refusal(c.peer)) HOSTD_ERROR("request too large: more than %zu bytes without the frame terminator",
                   config_.max_request);
       refuse(c, CMPI_RC_ERR_INVALID_PARAMETER);
       return;
     }
     if (buffered_ > config_.max_buffered) {
-      HOSTD_ERROR(
+      if (log_refusal(c.peer)) HOSTD_ERROR(
           "request refused: the requests held by the daemon would pass %zu bytes (peer uid %u, "
           "%zu bytes received)",
           config_.max_buffered, static_cast<unsigned>(c.peer.uid), c.request.received());
@@ -337,43 +337,43 @@ void Front::read_request(Connection &c) {
 void Front::request_complete(Connection &c) {
   c.document = c.request.take_document();
   if (std::memchr(c.document.data(), '\0', c.document.size()) != nullptr) {
-    HOSTD_ERROR("request rejected: the document contains a NUL byte");
+    if (log_refusal(c.peer)) HOSTD_ERROR("request rejected: the document contains a NUL byte");
     refuse(c, CMPI_RC_ERR_INVALID_PARAMETER);
     return;
   }
   RequestCheck check = check_request(c.document, config_.check);
   if (!check.accepted) {
-    HOSTD_ERROR("request rejected: %s (peer uid %u, %zu bytes)", check.reason.c_str(),
+    if (log_refusal(c.peer)) HOSTD_ERROR("request rejected: %s (peer uid %u, %zu bytes)", check.reason.c_str(),
                 static_cast<unsigned>(c.peer.uid), c.document.size());
     refuse(c, CMPI_RC_ERR_INVALID_PARAMETER);
     return;
   }
   c.facts = std::move(check.facts);
   const char *op = wire::operation_name(c.facts.type);
-  const std::string cls = shown(c.facts.class_name);
+  const std::string cls = log_text(c.facts.class_name);
   switch (decide_principal(config_.admission, c.peer, c.facts.principal, &c.principal)) {
     case PrincipalVerdict::kServe:
       break;
     case PrincipalVerdict::kMissing:
-      HOSTD_ERROR("request refused: %s of %s names no principal", op, cls.c_str());
+      if (log_refusal(c.peer)) HOSTD_ERROR("request refused: %s of %s names no principal", op, cls.c_str());
       refuse(c, CMPI_RC_ERR_ACCESS_DENIED);
       return;
     case PrincipalVerdict::kUnknownUser:
-      HOSTD_ERROR("request refused: principal '%s' is not a local user",
-                  shown(c.facts.principal).c_str());
+      if (log_refusal(c.peer)) HOSTD_ERROR("request refused: principal '%s' is not a local user",
+                  log_text(c.facts.principal).c_str());
       refuse(c, CMPI_RC_ERR_ACCESS_DENIED);
       return;
     case PrincipalVerdict::kNotOwnUser:
-      HOSTD_ERROR("request refused: principal '%s' is not the daemon's own user (uid %u)",
-                  shown(c.facts.principal).c_str(),
+      if (log_refusal(c.peer)) HOSTD_ERROR("request refused: principal '%s' is not the daemon's own user (uid %u)",
+                  log_text(c.facts.principal).c_str(),
                   static_cast<unsigned>(config_.admission.daemon_uid));
       refuse(c, CMPI_RC_ERR_ACCESS_DENIED);
       return;
     case PrincipalVerdict::kNotAllowed:
-      HOSTD_ERROR(
+      if (log_refusal(c.peer)) HOSTD_ERROR(
           "request refused: peer pid %d uid %u (%s) may not act as '%s'; %s of %s not served",
           static_cast<int>(c.peer.pid), static_cast<unsigned>(c.peer.uid),
-          peer_kind_name(c.kind), shown(c.facts.principal).c_str(), op, cls.c_str());
+          peer_kind_name(c.kind), log_text(c.facts.principal).c_str(), op, cls.c_str());
       refuse(c, CMPI_RC_ERR_ACCESS_DENIED);
       return;
   }
@@ -458,6 +458,10 @@ void Front::close_connection(int id) {
 }
 
 void Front::check_connections(long long now) {
+  if (now - refusals_flushed_ >= 10000) {
+    refusals_flushed_ = now;
+    for (const std::string &summary : refusals_.flush(now)) HOSTD_ERROR("%s", summary.c_str());
+  }
   std::vector<int> overdue;
   std::vector<int> stalled;
   for (auto &entry : connections_) {
@@ -480,7 +484,7 @@ void Front::check_connections(long long now) {
   }
   for (int id : overdue) {
     Connection *c = connection(id);
-    HOSTD_ERROR("request not complete within %d s (%zu bytes received)", config_.read_timeout,
+    if (log_refusal(c->peer)) HOSTD_ERROR("request not complete within %d s (%zu bytes received)", config_.read_timeout,
                 c->request.received());
     refuse(*c, CMPI_RC_ERR_INVALID_PARAMETER);
   }
@@ -497,6 +501,14 @@ void Front::check_connections(long long now) {
       watch_connection(*c);
     }
   }
+}
+
+// Whether a refusal of this peer gets its log line: a peer that is refused again and again
+// cannot make the daemon write a line each time; what is held back is summed up in one line.
+bool Front::log_refusal(const PeerCredentials &peer) {
+  RefusalDecision decision = refusals_.admit(RefusalPeer::uid(peer.uid), now_ms());
+  for (const std::string &summary : decision.summaries) HOSTD_ERROR("%s", summary.c_str());
+  return decision.write;
 }
 
 void Front::begin_shutdown() {

@@ -15,6 +15,7 @@
 #include "channel.h"
 #include "clock.h"
 #include "front.h"
+#include "refusal_limiter.h"
 #include "request_buffer.h"
 #include "worker_pool.h"
 
@@ -91,6 +92,7 @@ class Front {
   void close_connection(int id);
   void watch_connection(Connection &c);
   void check_connections(long long now);
+  bool log_refusal(const PeerCredentials &peer);
   void begin_shutdown();
   void end_grace();
   void finish();
@@ -134,6 +136,8 @@ class Front {
   std::deque<QueuedRequest> queue_;
   WorkerPool pool_;
   std::size_t buffered_ = 0;
+  RefusalLimiter refusals_;
+  long long refusals_flushed_ = 0;
   int next_connection_ = 1;
 };
 

@@ -20,7 +20,7 @@
 #include "log.h"
 #include "mi_call.h"
 #include "response_frames.h"
-#include "shown.h"
+#include "log_text.h"
 #include "streaming_result.h"
 #include "wire.h"
 
@@ -101,7 +101,7 @@ bool Serving::parse(const std::string &document, std::string *failure) {
   try {
     parsed = doDeserialization(document.c_str());
   } catch (const std::exception &e) {
-    HOSTD_ERROR("request rejected: the parser raised '%s'", shown(e.what()).c_str());
+    HOSTD_ERROR("request rejected: the parser raised '%s'", log_text(e.what()).c_str());
     *failure = fail(CMPI_RC_ERR_INVALID_PARAMETER);
     return false;
   } catch (...) {
@@ -131,7 +131,7 @@ bool Serving::parse(const std::string &document, std::string *failure) {
   // not checked for this user.
   if (parsed->user == nullptr || principal_.name != parsed->user) {
     HOSTD_ERROR("request refused: the principal of %s of %s is not %s, the worker's user",
-                op_->name, shown(class_name_).c_str(), shown(principal_.name).c_str());
+                op_->name, log_text(class_name_).c_str(), log_text(principal_.name).c_str());
     *failure = fail(CMPI_RC_ERR_ACCESS_DENIED);
     return false;
   }
@@ -142,7 +142,7 @@ std::string Serving::run(const std::string &document) {
   std::string failure;
   if (!parse(document, &failure)) return failure;
   HOSTD_TRACE("request: %s (type %d) of %s in %s for principal %s", op_->name, op_->type,
-              shown(class_name_).c_str(), shown(name_space_).c_str(), principal_.name.c_str());
+              log_text(class_name_).c_str(), log_text(name_space_).c_str(), principal_.name.c_str());
   if (op_->mi == wire::MIKind::kNone) {
     int rc = 0;
     return answer_get_class(class_name_, name_space_, &rc);
@@ -155,7 +155,7 @@ std::string Serving::with_provider() {
   const char *cls = class_name_.c_str();
   ClientReq *req = request_.get();
   if ((type == INVOKEMETHOD || type == EXECQUERY) && req->QueryString == nullptr) {
-    HOSTD_ERROR("request rejected: %s of %s has an empty %s", op_->name, shown(class_name_).c_str(),
+    HOSTD_ERROR("request rejected: %s of %s has an empty %s", op_->name, log_text(class_name_).c_str(),
                 type == INVOKEMETHOD ? "method name" : "query");
     return fail(CMPI_RC_ERR_INVALID_PARAMETER);
   }
@@ -174,7 +174,7 @@ std::string Serving::with_provider() {
   char *provider_name = GetProviderName(served_class.c_str());
   if (provider_name == nullptr) {
     HOSTD_ERROR("request failed: class %s has no provider in the schema database",
-                shown(served_class).c_str());
+                log_text(served_class).c_str());
     return fail(CMPI_RC_ERR_INVALID_CLASS);
   }
   const std::string provider = provider_name;
@@ -183,7 +183,7 @@ std::string Serving::with_provider() {
   struct stat st;
   if (stat(library.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
     HOSTD_ERROR("request failed: the library %s of provider %s (class %s) is missing",
-                library.c_str(), shown(provider).c_str(), shown(served_class).c_str());
+                library.c_str(), log_text(provider).c_str(), log_text(served_class).c_str());
     return fail(CMPI_RC_ERR_INVALID_CLASS);
   }
   const bool persistent =
@@ -206,7 +206,7 @@ std::string Serving::with_provider() {
                              &created.st, &why)) {
     case ProviderCache::Outcome::kLoadFailed:
       HOSTD_ERROR("provider library %s of provider %s cannot be loaded: %s", library.c_str(),
-                  provider.c_str(), shown(why).c_str());
+                  provider.c_str(), log_text(why).c_str());
       return fail(CMPI_RC_ERR_FAILED);
     case ProviderCache::Outcome::kNoFactory:
       HOSTD_ERROR("provider %s offers no %s MI (neither %s_Create_%sMI nor _Generic_Create_%sMI)",
