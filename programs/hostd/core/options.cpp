@@ -165,7 +165,9 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
                 nullptr, 256 + i};
   }
   longs[kSpecCount] = {nullptr, 0, nullptr, 0};
-  optind = 1;
+  // 0, not 1: getopt then starts afresh, forgetting a cluster of short options it was inside
+  // and the arguments it moved on an earlier call.
+  optind = 0;
   opterr = 0;
   for (;;) {
     int index = 0;
