@@ -178,7 +178,16 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
       return ParseOutcome::kExitUsage;
     }
     if (c < 256 || c >= 256 + kSpecCount) {
-      *error = std::string("unknown option '") + argv[optind - 1] + "'";
+      // getopt tells in optopt what it refused: a short option letter (argv[optind - 1] is not
+      // it when more letters follow in the same word), a flag given a value, or 0 for an
+      // unknown or ambiguous long option.
+      if (optopt >= 256 && optopt < 256 + kSpecCount) {
+        *error = std::string("option '--") + kSpecs[optopt - 256].name + "' takes no value";
+      } else if (optopt > 0 && optopt < 256) {
+        *error = std::string("unknown option '-") + static_cast<char>(optopt) + "'";
+      } else {
+        *error = std::string("unknown option '") + argv[optind - 1] + "'";
+      }
       return ParseOutcome::kExitUsage;
     }
     const Spec &spec = kSpecs[c - 256];
