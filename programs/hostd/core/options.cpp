@@ -65,7 +65,8 @@ constexpr int kSpecCount = static_cast<int>(sizeof kSpecs / sizeof kSpecs[0]);
 // A whole non-negative number in the given base within [low, high]; nothing else accepted.
 bool parse_number(const char *text, int base, unsigned long long low, unsigned long long high,
                   unsigned long long *out) {
-  if (text == nullptr || *text == '\0' || *text == '-' || *text == '+') return false;
+  // strtoull would skip leading blanks and take a sign: only a digit may start the text.
+  if (text == nullptr || *text < '0' || *text > '9') return false;
   errno = 0;
   char *end = nullptr;
   unsigned long long value = std::strtoull(text, &end, base);
