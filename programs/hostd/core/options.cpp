@@ -76,6 +76,14 @@ bool parse_number(const char *text, int base, unsigned long long low, unsigned l
   return true;
 }
 
+// A bound as the option is typed: octal with its leading 0, else decimal.
+std::string bound_text(unsigned long long value, int base) {
+  if (base != 8 || value == 0) return std::to_string(value);
+  std::string digits;
+  for (; value != 0; value /= 8) digits.insert(digits.begin(), static_cast<char>('0' + value % 8));
+  return "0" + digits;
+}
+
 std::string absolute(const std::string &path) {
   if (path.empty() || path[0] == '/') return path;
   char cwd[PATH_MAX];
@@ -198,7 +206,7 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
     unsigned long long n = 0;
     if (spec.kind == Kind::kNumber && !parse_number(optarg, spec.base, spec.low, spec.high, &n)) {
       *error = "--" + name + ": '" + (optarg ? optarg : "") + "' is not a number from " +
-               std::to_string(spec.low) + " to " + std::to_string(spec.high);
+               bound_text(spec.low, spec.base) + " to " + bound_text(spec.high, spec.base);
       return ParseOutcome::kExitUsage;
     }
     if (!store(name, optarg != nullptr ? optarg : "", n, options, error)) {
