@@ -6,6 +6,7 @@
 #include <cmpiutility/records.h>
 #include <cmpiutility/response.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -71,6 +72,24 @@ std::size_t character_boundary(const std::string &text, std::size_t n) {
   return n;
 }
 
+// The whole text for one log line: control characters and backslashes escaped, nothing cut.
+std::string escaped_for_log(const std::string &text) {
+  std::string out;
+  out.reserve(text.size());
+  for (unsigned char c : text) {
+    if (c == '\\') {
+      out += "\\\\";
+    } else if (c < 0x20 || c == 0x7f) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\x%02x", c);
+      out += escape;
+    } else {
+      out += static_cast<char>(c);
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 bool append_response_frame(int type, const ResponseParts &parts, std::string *out) {
@@ -79,8 +98,10 @@ bool append_response_frame(int type, const ResponseParts &parts, std::string *ou
   if (fixed_buffer_type(type) && cut_short(frame) && parts.status != nullptr &&
       parts.status->msg != nullptr && parts.status->msg->hdl != nullptr) {
     const std::string message = static_cast<const char *>(parts.status->msg->hdl);
-    HOSTD_NOTICE("the status message of %s (%zu bytes) does not fit its frame and is shortened",
-                 wire::operation_name(type), message.size());
+    HOSTD_NOTICE(
+        "the status message of %s (%zu bytes) does not fit its frame and is shortened; in full: "
+        "'%s'",
+        wire::operation_name(type), message.size(), escaped_for_log(message).c_str());
     std::size_t keep = message.size();
     do {
       keep = character_boundary(message, keep - keep / 4 - 1);
