@@ -51,10 +51,6 @@ TEST(ReadUsage, OfThisProcess) {
   // The same CPU time the kernel reports to the process itself, give or take its clock ticks.
   EXPECT_GE(usage.cpu_ms, before - 30);
   EXPECT_LE(usage.cpu_ms, after + 30);
-  // Resident now is at most the most this process ever had resident.
-  struct rusage ru;
-  ASSERT_EQ(getrusage(RUSAGE_SELF, &ru), 0);
-  EXPECT_LE(usage.rss_kib, ru.ru_maxrss);
 }
 
 TEST(ReadUsage, ResidentMemoryGrowsWithTouchedPages) {
@@ -64,7 +60,9 @@ TEST(ReadUsage, ResidentMemoryGrowsWithTouchedPages) {
   std::vector<char> block(size, 1);  // every page written
   ProcessUsage after;
   ASSERT_TRUE(read_usage(getpid(), &after));
+  // Counted in KiB: the block is 65536 of them.
   EXPECT_GE(after.rss_kib - before.rss_kib, static_cast<long long>(size / 1024 / 2));
+  EXPECT_LE(after.rss_kib - before.rss_kib, static_cast<long long>(size / 1024 * 2));
   EXPECT_EQ(block[size - 1], 1);
 }
 
