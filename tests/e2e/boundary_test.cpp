@@ -286,7 +286,8 @@ TEST_F(Boundary, ALongStatusMessageIsShortenedSoTheCodeArrives) {
   }
   CMRelease(inst);
   EXPECT_TRUE(daemon_.wait_for(Hostd(
-      "the status message of ModifyInstance (20000 bytes) does not fit its frame and is shortened",
+      "the status message of ModifyInstance (20000 bytes) does not fit its frame and is "
+      "shortened: 'refused: " + std::string(1024 - 9, 'x') + "...(+18976 bytes)'",
       3)));
 }
 

@@ -65,7 +65,8 @@ constexpr int kSpecCount = static_cast<int>(sizeof kSpecs / sizeof kSpecs[0]);
 // A whole non-negative number in the given base within [low, high]; nothing else accepted.
 bool parse_number(const char *text, int base, unsigned long long low, unsigned long long high,
                   unsigned long long *out) {
-  if (text == nullptr || *text == '\0' || *text == '-' || *text == '+') return false;
+  // strtoull would skip leading blanks and take a sign: only a digit may start the text.
+  if (text == nullptr || *text < '0' || *text > '9') return false;
   errno = 0;
   char *end = nullptr;
   unsigned long long value = std::strtoull(text, &end, base);
@@ -73,6 +74,14 @@ bool parse_number(const char *text, int base, unsigned long long low, unsigned l
   if (value < low || value > high) return false;
   *out = value;
   return true;
+}
+
+// A bound as the option is typed: octal with its leading 0, else decimal.
+std::string bound_text(unsigned long long value, int base) {
+  if (base != 8 || value == 0) return std::to_string(value);
+  std::string digits;
+  for (; value != 0; value /= 8) digits.insert(digits.begin(), static_cast<char>('0' + value % 8));
+  return "0" + digits;
 }
 
 std::string absolute(const std::string &path) {
@@ -165,7 +174,9 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
                 nullptr, 256 + i};
   }
   longs[kSpecCount] = {nullptr, 0, nullptr, 0};
-  optind = 1;
+  // 0, not 1: getopt then starts afresh, forgetting a cluster of short options it was inside
+  // and the arguments it moved on an earlier call.
+  optind = 0;
   opterr = 0;
   for (;;) {
     int index = 0;
@@ -176,7 +187,16 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
       return ParseOutcome::kExitUsage;
     }
     if (c < 256 || c >= 256 + kSpecCount) {
-      *error = std::string("unknown option '") + argv[optind - 1] + "'";
+      // getopt tells in optopt what it refused: a short option letter (argv[optind - 1] is not
+      // it when more letters follow in the same word), a flag given a value, or 0 for an
+      // unknown or ambiguous long option.
+      if (optopt >= 256 && optopt < 256 + kSpecCount) {
+        *error = std::string("option '--") + kSpecs[optopt - 256].name + "' takes no value";
+      } else if (optopt > 0 && optopt < 256) {
+        *error = std::string("unknown option '-") + static_cast<char>(optopt) + "'";
+      } else {
+        *error = std::string("unknown option '") + argv[optind - 1] + "'";
+      }
       return ParseOutcome::kExitUsage;
     }
     const Spec &spec = kSpecs[c - 256];
@@ -186,7 +206,7 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
     unsigned long long n = 0;
     if (spec.kind == Kind::kNumber && !parse_number(optarg, spec.base, spec.low, spec.high, &n)) {
       *error = "--" + name + ": '" + (optarg ? optarg : "") + "' is not a number from " +
-               std::to_string(spec.low) + " to " + std::to_string(spec.high);
+               bound_text(spec.low, spec.base) + " to " + bound_text(spec.high, spec.base);
       return ParseOutcome::kExitUsage;
     }
     if (!store(name, optarg != nullptr ? optarg : "", n, options, error)) {

@@ -6,17 +6,22 @@
 #include <cmpiutility/records.h>
 #include <cmpiutility/response.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 
 #include "frame_guard.h"
 #include "log.h"
+#include "log_text.h"
 #include "operations.h"
 #include "wire.h"
 
 namespace hostd {
 namespace {
+
+// How much of a shortened status message its log line shows.
+constexpr std::size_t kLoggedMessageMax = 1024;
 
 bool fixed_buffer_type(int type) {
   return type == MODIFYINST || type == DELETEINST || type == CREATEINST;
@@ -79,8 +84,10 @@ bool append_response_frame(int type, const ResponseParts &parts, std::string *ou
   if (fixed_buffer_type(type) && cut_short(frame) && parts.status != nullptr &&
       parts.status->msg != nullptr && parts.status->msg->hdl != nullptr) {
     const std::string message = static_cast<const char *>(parts.status->msg->hdl);
-    HOSTD_NOTICE("the status message of %s (%zu bytes) does not fit its frame and is shortened",
-                 wire::operation_name(type), message.size());
+    HOSTD_NOTICE(
+        "the status message of %s (%zu bytes) does not fit its frame and is shortened: "
+        "'%s'",
+        wire::operation_name(type), message.size(), log_text(message, kLoggedMessageMax).c_str());
     std::size_t keep = message.size();
     do {
       keep = character_boundary(message, keep - keep / 4 - 1);

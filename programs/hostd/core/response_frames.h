@@ -34,7 +34,8 @@ inline constexpr std::size_t kFixedFrameDocument = 8181;
 // the library could not build or encode the record (it logged why; *out is unchanged).
 // For the three fixed-buffer types a status message that would push the frame past its buffer
 // is shortened (cut on a character boundary, marked with "...") so that the frame stays valid
-// JSON and the code arrives; the full message is logged at level 3.
+// JSON and the code arrives; the message is logged at level 3 (escaped, and cut after
+// 1024 bytes like all text from providers).
 bool append_response_frame(int type, const ResponseParts &parts, std::string *out);
 
 }  // namespace hostd

@@ -49,7 +49,8 @@ class WorkerPool {
   WorkerRecord *find(int id);
   WorkerRecord *find_pid(pid_t pid);
 
-  // An idle worker of this user (the one idle longest, so the others age out), or nullptr.
+  // An idle worker of this user (the most recently idle one, so that the others age out), or
+  // nullptr.
   WorkerRecord *idle_worker(uid_t uid);
   // Whether a worker for uid may be started without passing a limit.
   bool may_start(uid_t uid) const;
