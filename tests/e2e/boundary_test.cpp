@@ -3,6 +3,7 @@
 // frames that cannot be forged from data, strict requests, log lines peers cannot write,
 // status messages that fit their frame.
 #include <cmpimacs.h>
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/socket.h>
@@ -121,6 +122,47 @@ class RootProxyPeers : public PlainPeers {
 TEST_F(RootProxyPeers, AProxyActsAsRootOnlyWhenAllowed) {
   std::string raw = exchange_as("nobody", socket(), build_frame(GETINST, "root", fan("fan0")));
   EXPECT_TRUE(ends_with(raw, "CMPIOPERATION_COMPLETECMPI_EOF")) << raw;
+}
+
+class RefusedPeers : public PlainPeers {
+ protected:
+  std::vector<std::string> options() const override { return {}; }
+};
+
+TEST_F(RefusedPeers, ARefusedPeerCannotFloodTheLog) {
+  const std::string frame = build_frame(GETINST, "nobody", fan("fan0"));
+  pid_t child = fork();
+  if (child == 0) {
+    const struct passwd *pw = getpwnam("nobody");
+    if (setgroups(0, nullptr) != 0 || setgid(pw->pw_gid) != 0 || setuid(pw->pw_uid) != 0) _exit(2);
+    // The client library reports every closed connection; those lines are not the test's.
+    int quiet = open("/dev/null", O_WRONLY);
+    dup2(quiet, STDERR_FILENO);
+    for (int i = 0; i < 200; ++i) exchange_raw(socket(), frame);
+    sleep(2);  // earns the next line back, which brings the summary of what was held back
+    exchange_raw(socket(), frame);
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  const std::string refusal = "connection refused: peer pid N uid " +
+                              std::to_string(uid_of("nobody")) + " gid " +
+                              std::to_string(getpwnam("nobody")->pw_gid) +
+                              " is not on the allow list";
+  ASSERT_TRUE(daemon_.wait_for(Hostd(refusal, 2)));
+  int refusals = 0;
+  int summaries = 0;
+  const std::string summary_start = "refusals of peer uid " + std::to_string(uid_of("nobody")) +
+                                    " suppressed in the last ";
+  for (const cmpitest::LogLine &line : daemon_.lines()) {
+    if (line.text == refusal) ++refusals;
+    if (line.text.find(summary_start) != std::string::npos) ++summaries;
+  }
+  EXPECT_LE(refusals, 13) << "a burst of 10, then about one a second";
+  EXPECT_GE(refusals, 10);
+  EXPECT_GE(summaries, 1) << "what was held back is counted in a summary line";
+  EXPECT_EQ(get_fan("fan0").rc, 0);
 }
 
 // ---- frames that cannot be forged, strict requests -------------------------------------------
