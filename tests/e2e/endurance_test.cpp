@@ -39,7 +39,13 @@ TEST_F(Endurance, TwoHundredSequentialRequestsLeaveDescriptorsAndMemoryAlone) {
   RecordProperty("rss_after_kib", static_cast<int>(rss_after));
   EXPECT_EQ(fds_after, fds_before);
   EXPECT_GT(rss_before, 0);
+#ifndef CMPIUTILITY_SANITIZED
   EXPECT_LE(rss_after, rss_before + 256);
+#else
+  // The address sanitizer keeps freed memory in quarantine instead of reusing it, so the front's
+  // resident memory grows with every allocation there; the plain build checks it.
+  EXPECT_LE(rss_after, rss_before + 8192);
+#endif
 }
 
 TEST_F(Endurance, ConcurrentClientsAreAllServed) {

@@ -251,8 +251,9 @@ void Front::watch_connection(Connection &c) {
 }
 
 void Front::on_connection(Connection &c, uint32_t events) {
-  if ((events & EPOLLOUT) != 0) flush(c);
-  if (connection(c.id) == nullptr) return;
+  const int id = c.id;
+  if ((events & EPOLLOUT) != 0) flush(c);  // may close the connection
+  if (connection(id) == nullptr) return;
   if (c.phase == Connection::Phase::kReading && (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0) {
     read_request(c);
     return;

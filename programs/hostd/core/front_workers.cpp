@@ -252,10 +252,14 @@ void Front::fail_request(WorkerChannel &ch, const std::string &why) {
   HOSTD_ERROR("%s: worker %d %s (%lu frames passed on); the client gets CMPIERROR:%d",
               c->what.c_str(), static_cast<int>(ch.pid), why.c_str(), c->frames,
               CMPI_RC_ERR_FAILED);
+  const int id = c->id;
   c->worker = 0;
   c->phase = Connection::Phase::kClosing;
-  send(*c, wire::error_frame(CMPI_RC_ERR_FAILED));
-  if (connection(c->id) != nullptr && c->client_gone) close_connection(c->id);
+  if (c->client_gone) {
+    close_connection(id);
+    return;
+  }
+  send(*c, wire::error_frame(CMPI_RC_ERR_FAILED));  // closes the connection once written
 }
 
 void Front::kill_worker(WorkerChannel &ch, const std::string &why) {
