@@ -71,6 +71,16 @@ Outcome remove_memberships(const CMPIBroker *broker, StateStore &store, const Cl
   return outcome;
 }
 
+// The class and key text of the instance op names, and the state opened: how every operation
+// on one instance starts.
+Outcome open_instance_state(const CMPIBroker *broker, const CMPIObjectPath *op,
+                            const ClassDef **cls, std::string *key, StateStore *store) {
+  Outcome outcome = class_of_path(op, cls);
+  if (outcome.ok()) outcome = key_text_of_path(broker, **cls, op, key);
+  if (outcome.ok()) outcome = store->open(broker);
+  return outcome;
+}
+
 }  // namespace
 
 Outcome enumerate_instance_names(const CMPIBroker *broker, const CMPIResult *result,
@@ -109,10 +119,8 @@ Outcome get_instance(const CMPIBroker *broker, const CMPIResult *result, const C
                     const char **properties) {
   const ClassDef *cls = nullptr;
   std::string key;
-  Outcome outcome = class_of_path(op, &cls);
-  if (outcome.ok()) outcome = key_text_of_path(broker, *cls, op, &key);
   StateStore store;
-  if (outcome.ok()) outcome = store.open(broker);
+  Outcome outcome = open_instance_state(broker, op, &cls, &key, &store);
   StoredInstance stored;
   bool found = false;
   if (outcome.ok()) outcome = store.find(*cls, key, &stored, &found);
@@ -154,10 +162,8 @@ Outcome modify_instance(const CMPIBroker *broker, const CMPIResult *result, cons
                        const CMPIInstance *inst, const char **properties) {
   const ClassDef *cls = nullptr;
   std::string key;
-  Outcome outcome = class_of_path(op, &cls);
-  if (outcome.ok()) outcome = key_text_of_path(broker, *cls, op, &key);
   StateStore store;
-  if (outcome.ok()) outcome = store.open(broker);
+  Outcome outcome = open_instance_state(broker, op, &cls, &key, &store);
   if (outcome.ok()) outcome = store.begin();
   StoredInstance stored;
   bool found = false;
@@ -174,10 +180,8 @@ Outcome delete_instance(const CMPIBroker *broker, const CMPIResult *result,
                        const CMPIObjectPath *op) {
   const ClassDef *cls = nullptr;
   std::string key;
-  Outcome outcome = class_of_path(op, &cls);
-  if (outcome.ok()) outcome = key_text_of_path(broker, *cls, op, &key);
   StateStore store;
-  if (outcome.ok()) outcome = store.open(broker);
+  Outcome outcome = open_instance_state(broker, op, &cls, &key, &store);
   if (outcome.ok()) outcome = store.begin();
   if (outcome.ok()) outcome = store.remove(*cls, key);
   if (outcome.ok() && !same_name(cls->name, kChassisFanClass))
