@@ -47,6 +47,8 @@ typedef CMPIStatus (*CMPIULocalEnumerateFn)(const CMPIBroker *broker, const CMPI
 
 /*
  * Calls "ReturnGetInstance" of the provider of path's class, handing ctx through unchanged.
+ * ctx and path are borrowed: they are handed to the provider for the call only, never released
+ * or kept, and stay the caller's. A NULL path fails (no class name); a NULL ctx is handed on.
  * Returns a clone of the one instance the provider returned, owned by the caller (CMRelease),
  * or NULL when the provider cannot be loaded or did not return exactly one instance.
  */
@@ -54,6 +56,8 @@ CMPIInstance *LocalGetInstance(CMPIContext *ctx, CMPIObjectPath *path);
 
 /*
  * Calls "ReturnEnumerateData" of the provider of className with ctx, path and flag unchanged.
+ * ctx, className and path are borrowed: handed to the provider for the call only, never released
+ * or kept, and they stay the caller's.
  * Returns an enumeration over a copy of everything the provider returned, owned by the caller
  * (CMRelease), also when the provider reported a failure; an empty enumeration when it finished
  * its result without data; NULL when the provider cannot be loaded or left its result untouched.

@@ -72,24 +72,61 @@ typedef struct ServerResp {
   CMPIType retType;           /* INVOKEMETHOD: the code carried as "RetVal", never interpreted */
 } ServerResp;
 
-/* Client side. Builds a request record in *out (the caller sets *out to NULL first). The record
- * keeps cop, argsIn, inst and assoc as they are (no clone); user and text are copied.
- * Returns 0, or 1 after one level-2 line; on failure *out is NULL. */
+/*
+ * Client side. Builds a request record in *out. Callers set *out to NULL first: when cop is NULL
+ * whatever *out holds is freed.
+ * The record always keeps cop, and by type (pointers kept as they are, no clone):
+ *   ASSOCIATORS   assoc
+ *   MODIFYINST    inst (also a NULL one)
+ *   CREATEINST    inst, when not NULL
+ *   INVOKEMETHOD  argsIn, and a copy of text (the method name) in QueryString
+ *   EXECQUERY     a copy of text (the query) in QueryString
+ *   ENUMINST, ENUMINSTNAMES, GETINST, DELETEINST, GETCLASS: nothing more
+ * Arguments a type does not use are ignored and stay the caller's. user is copied; a NULL or
+ * empty user (or no memory for the copy) leaves user NULL, which is not a failure here.
+ * What the record keeps belongs to it from then on: releaseRequestData releases it.
+ * Returns 0, or 1 with *out NULL:
+ *   - out NULL: 1 at once, no line;
+ *   - cop NULL: "ERROR: __getClientReq#2324: 'Object Path issue'";
+ *   - no memory for the record: "ERROR: __getClientReq#2328: 'Memory allocation failed'";
+ *   - INVOKEMETHOD or EXECQUERY with a NULL or empty text (or no memory for its copy):
+ *     "ERROR: utilString_strdup failed";
+ *   - any other type: "ERROR: Unknown request type".
+ * After a failure the record and its own copies (user, QueryString) are freed, but none of cop,
+ * argsIn, inst and assoc is released: they stay the caller's, also when the record had taken
+ * them before it failed.
+ */
 int getClientReq(ClientReq **out, const char *user, int type, CMPIObjectPath *cop,
                  CMPIArgs *argsIn, CMPIInstance *inst, CMAssocReq *assoc, const char *text);
 
-/* Provider host side. Builds a response record in *out; the record keeps inst, path and cls as
- * they are. Returns 0, or 1 after one level-2 line (an unknown type leaves the zero-filled
- * record in *out for the caller to free). */
+/*
+ * Provider host side. Builds a response record of the given type in *out; the record keeps the
+ * provider's objects as they are (no clone), and they stay the provider's:
+ *   ENUMINST, ASSOCIATORS, EXECQUERY  instance = inst
+ *   ENUMINSTNAMES                     objectPath = path
+ *   GETINST, GETCLASS                 with a status whose code is not OK: that status only;
+ *                                     otherwise instance = inst (GETINST) or constClass = cls
+ *   MODIFYINST, DELETEINST            the status
+ *   CREATEINST                        objectPath = path and the status
+ *   INVOKEMETHOD                      retVal and retType; the status stays zero (OK)
+ * The status is copied by value (its message pointer is shared, not duplicated); a NULL status
+ * leaves the zero status. Arguments a type does not use are ignored.
+ * Returns 0, or 1: out NULL (no line); no memory ("ERROR: __getResponseStruct#2224: 'Memory
+ * allocation failed'", *out NULL); an unknown type ("ERROR: Unknown request type", the
+ * zero-filled record with only its type set is left in *out for the caller to free with
+ * releaseResponseData).
+ */
 int getResponseStruct(ServerResp **out, int type, CMPIInstance *inst, CMPIObjectPath *path,
                       CMPIValue retVal, CMPIType retType, CMPIStatus *status,
                       CMPIConstClass *cls);
 
 /* Releases a request record and everything it holds (user, COP, CI, assocref with its strings,
- * ArgsIn, QueryString). NULL does nothing but trace. */
+ * ArgsIn, QueryString); the objects through their own release. NULL does nothing but write the
+ * Enter and Exit lines. */
 void releaseRequestData(ClientReq *req);
 
-/* Provider host side: frees the record only; its objects belong to the provider. */
+/* Provider host side: frees the record only; its objects and its status message belong to the
+ * provider. NULL does nothing. */
 void releaseResponseData(ServerResp *resp);
 
 #ifdef __cplusplus

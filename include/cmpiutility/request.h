@@ -5,6 +5,17 @@
  * "Principal", then by type the key text ("key"), the instance properties ("InstanceProps"),
  * the method arguments ("ArgsIn") with "MethodName", the association parameters or "Query".
  * docs/protocol.md describes it for people writing another peer.
+ *
+ * Both functions write "Enter function = <name>" and "Exit  function = <name>" at level 4, and
+ * the key, property and argument readers and writers they call write their own level-4 trace
+ * lines. Besides those:
+ *   doSerialization    "Request type is: CREATEINST" for that type;
+ *   doDeserialization  "INFO: serialized data = <text>" (the whole document; "(null)" for NULL),
+ *                      "INFO: privilege comes as <user>" ("(null)" for no user), for an empty
+ *                      principal "INFO: __doDeserialization#2104: 'user is empty'", and for
+ *                      ASSOCIATORS "NameSpace for association left class <document namespace>
+ *                      <schema namespace> <class>".
+ * Every failure writes one level-2 line, as said for each function.
  */
 #ifndef CMPIUTILITY_REQUEST_H
 #define CMPIUTILITY_REQUEST_H

@@ -66,8 +66,9 @@ int serializeResponse(ServerResp *response, char *fixedBuffer, char **methodBuff
  * Status messages come back only where peers send them in a usable form: GETINST keeps its
  * message for code 4 only, GETCLASS with code 4 gets the code's own digits as its message, and
  * MODIFYINST, DELETEINST and CREATEINST keep theirs.
- * A negative or non-numeric "RequestType", status code or "RetVal" raises the JSON library's
- * conversion exception (Json::LogicError), which is not caught here.
+ * Kept for compatibility: a negative or non-numeric "RequestType", status code or "RetVal"
+ * raises the JSON library's conversion exception (Json::LogicError), which is not caught here
+ * and so crosses this C interface; C++ callers that need to survive such a document catch it.
  */
 ServerResp *deserializeResp(const char *text);
 

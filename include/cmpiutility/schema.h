@@ -31,8 +31,9 @@ char *GetPersistentProviderName();
 int GetProviderUnloadStatus(char *className, int mode);
 
 /* The provider of className, matched without regard to case, or NULL (no row, empty provider
- * name, or a NULL className). An unreadable database is fatal: the process ends with exit
- * status 1. */
+ * name, or a NULL className).
+ * Kept for compatibility: an unreadable database is fatal; the process ends with exit status 1
+ * (existing callers never see a failure return for it). */
 char *GetProviderName(const char *className);
 
 #endif /* __cplusplus */

@@ -18,16 +18,17 @@
  * the block back unchanged, or free() it when abandoning the operation. After an error frame or
  * the completion frame *carry is NULL.
  *
- * A frame that does not decode (or whose object cannot be taken over) is not consumed: the call
- * logs it once and stops there, carrying that frame and everything behind it forward; the next
+ * Kept for compatibility: a frame that does not decode (or whose object cannot be taken over) is
+ * not consumed: the call logs it once and stops there, carrying that frame and everything behind it forward; the next
  * call looks at it again. An operation stuck on such a frame is ended by the caller's time-out.
  *
  * What a tokenizer hands out belongs to the caller: instance, class and message clones, copied
  * arguments, array elements. Everything else a frame produced is released before the call returns.
  * Frames behind a control frame in the same piece are dropped.
- * A response document with a negative or non-numeric number in a member the decoder reads as a
- * number raises the JSON library's conversion exception (Json::LogicError) out of the call; the
- * slot is then NULL and the unconsumed text is dropped.
+ * Kept for compatibility: a response document with a negative or non-numeric number in a member
+ * the decoder reads as a number raises the JSON library's conversion exception (Json::LogicError)
+ * out of the call, across this C interface; the slot is then NULL and the unconsumed text is
+ * dropped.
  *
  * Every function writes "Enter function = <name>" and "Exit  function = <name>" at level 4, and
  * the tokenizers log each step under their own name.

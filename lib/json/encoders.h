@@ -22,8 +22,8 @@
 void getCMPIArgs(CMPIType type, const char *text, Json::Value &valueObject);
 
 // Writes valueObject["Value"] = the reference object of a CMPI_ref datum: "ClassName",
-// "NameSpace" and "key" (the key text «name=value,...,», JSON null without keys). The key text
-// is echoed to standard output followed by a newline.
+// "NameSpace" and "key" (the key text «name=value,...,», JSON null without keys).
+// Kept for compatibility: the key text is echoed to standard output followed by a newline.
 unsigned int getCMPIArgsRef(CMPIData data, Json::Value &valueObject);
 
 // Writes valueObject["Value"] = a JSON array with one entry per integer, text, date-time,

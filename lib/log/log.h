@@ -49,6 +49,12 @@ class ScopedTrace {
   CMPIU_LOG(::cmpiutility::kLogLevelError, ::cmpiutility::kLogModule, fmt, ##__VA_ARGS__)
 
 // "ERROR: __<function>#<number>: " fmt at level 2, module 230.
+//
+// The numbers in these lines (and in CMPIU_INFO_AT's) are fixed site numbers, not source line
+// numbers: each one names one failure point of its function, and it stays the same whatever
+// file or line the code moves to. They are part of the log text that callers and log readers
+// match on, so a number is never changed or reused; a new failure point that needs one gets a
+// number of its own.
 #define CMPIU_ERROR_AT(function, number, fmt, ...)                                         \
   CMPIU_LOG(::cmpiutility::kLogLevelError, ::cmpiutility::kLogModule,                      \
             "ERROR: __%s#%d: " fmt, static_cast<const char *>(function),                   \

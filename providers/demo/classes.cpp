@@ -50,36 +50,36 @@ const PropertyDef kSensorProperties[] = {
 };
 
 template <size_t N>
-constexpr ClassDef makeClass(const char *name, const PropertyDef (&properties)[N]) {
+constexpr ClassDef make_class(const char *name, const PropertyDef (&properties)[N]) {
   return ClassDef{name, properties, N};
 }
 
 const ClassDef kClasses[] = {
-    makeClass(kChassisClass, kChassisProperties),
-    makeClass(kFanClass, kFanProperties),
-    makeClass(kChassisFanClass, kChassisFanProperties),
+    make_class(kChassisClass, kChassisProperties),
+    make_class(kFanClass, kFanProperties),
+    make_class(kChassisFanClass, kChassisFanProperties),
 };
 
-const ClassDef kSensor = makeClass(kSensorClass, kSensorProperties);
+const ClassDef kSensor = make_class(kSensorClass, kSensorProperties);
 
 }  // namespace
 
-bool sameName(const char *a, const char *b) {
+bool same_name(const char *a, const char *b) {
   return a != nullptr && b != nullptr && strcasecmp(a, b) == 0;
 }
 
-const ClassDef *findClass(const char *name) {
+const ClassDef *find_class(const char *name) {
   for (const ClassDef &cls : kClasses) {
-    if (sameName(cls.name, name)) return &cls;
+    if (same_name(cls.name, name)) return &cls;
   }
   return nullptr;
 }
 
-const ClassDef &sensorClass() { return kSensor; }
+const ClassDef &sensor_class() { return kSensor; }
 
-const PropertyDef *findProperty(const ClassDef &cls, const char *name) {
+const PropertyDef *find_property(const ClassDef &cls, const char *name) {
   for (const PropertyDef &property : cls) {
-    if (sameName(property.name, name)) return &property;
+    if (same_name(property.name, name)) return &property;
   }
   return nullptr;
 }

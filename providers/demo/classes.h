@@ -34,10 +34,10 @@ struct PropertyDef {
   CMPIType type;
   unsigned flags;
   // For a reference, the class it points to; for an embedded instance, the instance's class.
-  const char *otherClass;
+  const char *other_class;
 
-  bool isKey() const { return (flags & kKey) != 0; }
-  bool isComputed() const { return (flags & kComputed) != 0; }
+  bool is_key() const { return (flags & kKey) != 0; }
+  bool is_computed() const { return (flags & kComputed) != 0; }
 };
 
 struct ClassDef {
@@ -50,17 +50,17 @@ struct ClassDef {
 };
 
 // CIM names compare without regard to ASCII case.
-bool sameName(const char *a, const char *b);
+bool same_name(const char *a, const char *b);
 
 // The class named name (any case) that has instances of its own (Demo_Chassis, Demo_Fan,
 // Demo_ChassisFan), or nullptr. Demo_Sensor exists only embedded in a fan.
-const ClassDef *findClass(const char *name);
+const ClassDef *find_class(const char *name);
 
 // The embedded class Demo_Sensor.
-const ClassDef &sensorClass();
+const ClassDef &sensor_class();
 
 // The property named name (any case) of cls, or nullptr.
-const PropertyDef *findProperty(const ClassDef &cls, const char *name);
+const PropertyDef *find_property(const ClassDef &cls, const char *name);
 
 }  // namespace demo
 

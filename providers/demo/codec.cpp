@@ -17,149 +17,149 @@ namespace {
 constexpr CMPIType kElementMask = static_cast<CMPIType>(~CMPI_ARRAY);
 
 // Chars are kept as strings; both read the same here.
-CMPIType storedType(CMPIType type) {
+CMPIType stored_type(CMPIType type) {
   if (type == CMPI_chars) return CMPI_string;
   if (type == CMPI_charsA) return CMPI_stringA;
   return type;
 }
 
 // The text of a string or chars value, or nullptr.
-const char *textOf(CMPIType type, const CMPIValue *value) {
+const char *text_of(CMPIType type, const CMPIValue *value) {
   if (type == CMPI_chars) return value->chars;
   if (type == CMPI_string && value->string != nullptr) return CMGetCharPtr(value->string);
   return nullptr;
 }
 
-void appendOptional(std::string *out, const CMPIString *text) {
+void append_optional(std::string *out, const CMPIString *text) {
   if (text == nullptr || CMGetCharPtr(text) == nullptr)
-    appendNullField(out);
+    append_null_field(out);
   else
-    appendField(out, CMGetCharPtr(text));
+    append_field(out, CMGetCharPtr(text));
 }
 
 // Name, type code and value of one key or property; a getter's datum, released by the caller.
-CMPIrc appendTriple(const CMPIBroker *broker, const char *name, CMPIData data, std::string *out) {
-  const CMPIType type = storedType(data.type);
+CMPIrc append_triple(const CMPIBroker *broker, const char *name, CMPIData data, std::string *out) {
+  const CMPIType type = stored_type(data.type);
   const CMPIValueState state = data.state;
   const CMPIValue value = data.value;
-  appendField(out, name != nullptr ? name : "");
-  appendField(out, std::to_string(type));
+  append_field(out, name != nullptr ? name : "");
+  append_field(out, std::to_string(type));
   if ((state & CMPI_nullValue) != 0) {
-    appendNullField(out);
+    append_null_field(out);
     return CMPI_RC_OK;
   }
   std::string text;
-  const CMPIrc rc = encodeValue(broker, type, type, &value, &text);
+  const CMPIrc rc = encode_value(broker, type, type, &value, &text);
   if (rc != CMPI_RC_OK) return rc;
-  appendField(out, text);
+  append_field(out, text);
   return CMPI_RC_OK;
 }
 
 // Namespace, class name, [key count,] keys of a path.
-CMPIrc appendPath(const CMPIBroker *broker, const CMPIObjectPath *op, bool withCount,
+CMPIrc append_path(const CMPIBroker *broker, const CMPIObjectPath *op, bool with_count,
                   std::string *out) {
   CMPIString *ns = CMGetNameSpace(op, nullptr);
   CMPIString *cn = CMGetClassName(op, nullptr);
-  appendOptional(out, ns);
-  appendOptional(out, cn);
+  append_optional(out, ns);
+  append_optional(out, cn);
   if (ns != nullptr) CMRelease(ns);
   if (cn != nullptr) CMRelease(cn);
   const CMPICount count = CMGetKeyCount(op, nullptr);
-  if (withCount) appendField(out, std::to_string(count));
+  if (with_count) append_field(out, std::to_string(count));
   for (CMPICount i = 0; i < count; ++i) {
     CMPIString *name = nullptr;
     const CMPIData data = CMGetKeyAt(op, i, &name, nullptr);
-    const CMPIrc rc = appendTriple(broker, name != nullptr ? CMGetCharPtr(name) : "", data, out);
-    releaseData(data);
+    const CMPIrc rc = append_triple(broker, name != nullptr ? CMGetCharPtr(name) : "", data, out);
+    release_data(data);
     if (name != nullptr) CMRelease(name);
     if (rc != CMPI_RC_OK) return rc;
   }
   return CMPI_RC_OK;
 }
 
-CMPIrc encodeInstance(const CMPIBroker *broker, const CMPIInstance *inst, std::string *out) {
+CMPIrc encode_instance(const CMPIBroker *broker, const CMPIInstance *inst, std::string *out) {
   CMPIObjectPath *op = CMGetObjectPath(inst, nullptr);
   if (op == nullptr) return CMPI_RC_ERR_INVALID_PARAMETER;
-  CMPIrc rc = appendPath(broker, op, true, out);
+  CMPIrc rc = append_path(broker, op, true, out);
   CMRelease(op);
   const CMPICount count = CMGetPropertyCount(inst, nullptr);
   for (CMPICount i = 0; rc == CMPI_RC_OK && i < count; ++i) {
     CMPIString *name = nullptr;
     const CMPIData data = CMGetPropertyAt(inst, i, &name, nullptr);
-    rc = appendTriple(broker, name != nullptr ? CMGetCharPtr(name) : "", data, out);
-    releaseData(data);
+    rc = append_triple(broker, name != nullptr ? CMGetCharPtr(name) : "", data, out);
+    release_data(data);
     if (name != nullptr) CMRelease(name);
   }
   return rc;
 }
 
-CMPIrc encodeArray(const CMPIBroker *broker, CMPIType target, const CMPIArray *array,
+CMPIrc encode_array(const CMPIBroker *broker, CMPIType target, const CMPIArray *array,
                    std::string *out) {
   const CMPIType element = static_cast<CMPIType>(target & kElementMask);
   const CMPICount count = CMGetArrayCount(array, nullptr);
   for (CMPICount i = 0; i < count; ++i) {
     const CMPIData data = CMGetArrayElementAt(array, i, nullptr);
-    const CMPIType type = storedType(data.type);
+    const CMPIType type = stored_type(data.type);
     const CMPIValueState state = data.state;
     const CMPIValue value = data.value;
     CMPIrc rc = CMPI_RC_OK;
     if ((state & CMPI_nullValue) != 0) {
-      appendNullField(out);
+      append_null_field(out);
     } else {
       std::string text;
-      rc = encodeValue(broker, element, type, &value, &text);
-      if (rc == CMPI_RC_OK) appendField(out, text);
+      rc = encode_value(broker, element, type, &value, &text);
+      if (rc == CMPI_RC_OK) append_field(out, text);
     }
-    releaseData(data);
+    release_data(data);
     if (rc != CMPI_RC_OK) return rc;
   }
   return CMPI_RC_OK;
 }
 
 // Reads name, type and value of one key or property; value is nullopt for a null.
-bool readTriple(FieldReader *reader, std::string *name, CMPIType *type,
+bool read_triple(FieldReader *reader, std::string *name, CMPIType *type,
                 std::optional<std::string> *value) {
-  std::string typeText;
+  std::string type_text;
   unsigned long long code = 0;
-  if (!reader->nextText(name) || !reader->nextText(&typeText) ||
-      !readUnsigned(typeText, USHRT_MAX, &code) || !reader->next(value))
+  if (!reader->next_text(name) || !reader->next_text(&type_text) ||
+      !read_unsigned(type_text, USHRT_MAX, &code) || !reader->next(value))
     return false;
   *type = static_cast<CMPIType>(code);
   return true;
 }
 
 // Reads the keys that follow in reader into op (count of them, or all that remain).
-CMPIrc readKeys(const CMPIBroker *broker, FieldReader *reader, CMPIObjectPath *op,
+CMPIrc read_keys(const CMPIBroker *broker, FieldReader *reader, CMPIObjectPath *op,
                 std::optional<unsigned long long> count) {
-  for (unsigned long long i = 0; count ? i < *count : !reader->atEnd(); ++i) {
+  for (unsigned long long i = 0; count ? i < *count : !reader->at_end(); ++i) {
     std::string name;
     CMPIType type = CMPI_null;
     std::optional<std::string> text;
-    if (!readTriple(reader, &name, &type, &text)) return CMPI_RC_ERR_FAILED;
+    if (!read_triple(reader, &name, &type, &text)) return CMPI_RC_ERR_FAILED;
     if (!text) continue;  // keys are never null
     CMPIValue value;
-    const CMPIrc rc = decodeValue(broker, type, *text, &value);
+    const CMPIrc rc = decode_value(broker, type, *text, &value);
     if (rc != CMPI_RC_OK) return rc;
     const CMPIStatus st = CMAddKey(op, name.c_str(), &value, type);
-    releaseValue(type, &value);
+    release_value(type, &value);
     if (st.rc != CMPI_RC_OK) return st.rc;
   }
   return CMPI_RC_OK;
 }
 
 // A new path from namespace and class name fields.
-CMPIObjectPath *readPath(const CMPIBroker *broker, FieldReader *reader) {
+CMPIObjectPath *read_path(const CMPIBroker *broker, FieldReader *reader) {
   std::optional<std::string> ns;
   std::string cn;
-  if (!reader->next(&ns) || !reader->nextText(&cn)) return nullptr;
+  if (!reader->next(&ns) || !reader->next_text(&cn)) return nullptr;
   return CMNewObjectPath(broker, ns ? ns->c_str() : nullptr, cn.c_str(), nullptr);
 }
 
-CMPIrc decodeRef(const CMPIBroker *broker, const std::string &text, CMPIValue *out) {
+CMPIrc decode_ref(const CMPIBroker *broker, const std::string &text, CMPIValue *out) {
   FieldReader reader(text);
-  CMPIObjectPath *op = readPath(broker, &reader);
+  CMPIObjectPath *op = read_path(broker, &reader);
   if (op == nullptr) return CMPI_RC_ERR_FAILED;
-  const CMPIrc rc = readKeys(broker, &reader, op, std::nullopt);
+  const CMPIrc rc = read_keys(broker, &reader, op, std::nullopt);
   if (rc != CMPI_RC_OK) {
     CMRelease(op);
     return rc;
@@ -168,35 +168,35 @@ CMPIrc decodeRef(const CMPIBroker *broker, const std::string &text, CMPIValue *o
   return CMPI_RC_OK;
 }
 
-CMPIrc decodeInstance(const CMPIBroker *broker, const std::string &text, CMPIValue *out) {
+CMPIrc decode_instance(const CMPIBroker *broker, const std::string &text, CMPIValue *out) {
   FieldReader reader(text);
-  CMPIObjectPath *op = readPath(broker, &reader);
+  CMPIObjectPath *op = read_path(broker, &reader);
   if (op == nullptr) return CMPI_RC_ERR_FAILED;
-  std::string countText;
+  std::string count_text;
   unsigned long long count = 0;
-  CMPIrc rc = reader.nextText(&countText) && readUnsigned(countText, UINT_MAX, &count)
-                  ? readKeys(broker, &reader, op, count)
+  CMPIrc rc = reader.next_text(&count_text) && read_unsigned(count_text, UINT_MAX, &count)
+                  ? read_keys(broker, &reader, op, count)
                   : CMPI_RC_ERR_FAILED;
   CMPIInstance *inst = rc == CMPI_RC_OK ? CMNewInstance(broker, op, nullptr) : nullptr;
   CMRelease(op);
   if (inst == nullptr) return rc != CMPI_RC_OK ? rc : CMPI_RC_ERR_FAILED;
-  while (rc == CMPI_RC_OK && !reader.atEnd()) {
+  while (rc == CMPI_RC_OK && !reader.at_end()) {
     std::string name;
     CMPIType type = CMPI_null;
-    std::optional<std::string> valueText;
-    if (!readTriple(&reader, &name, &type, &valueText)) {
+    std::optional<std::string> value_text;
+    if (!read_triple(&reader, &name, &type, &value_text)) {
       rc = CMPI_RC_ERR_FAILED;
       break;
     }
-    if (!valueText) {
+    if (!value_text) {
       rc = CMSetProperty(inst, name.c_str(), nullptr, type).rc;
       continue;
     }
     CMPIValue value;
-    rc = decodeValue(broker, type, *valueText, &value);
+    rc = decode_value(broker, type, *value_text, &value);
     if (rc != CMPI_RC_OK) break;
     rc = CMSetProperty(inst, name.c_str(), &value, type).rc;
-    releaseValue(type, &value);
+    release_value(type, &value);
   }
   if (rc != CMPI_RC_OK) {
     CMRelease(inst);
@@ -206,20 +206,20 @@ CMPIrc decodeInstance(const CMPIBroker *broker, const std::string &text, CMPIVal
   return CMPI_RC_OK;
 }
 
-CMPIrc decodeArray(const CMPIBroker *broker, CMPIType type, const std::string &text,
+CMPIrc decode_array(const CMPIBroker *broker, CMPIType type, const std::string &text,
                    CMPIValue *out) {
   const CMPIType element = static_cast<CMPIType>(type & kElementMask);
   std::vector<std::optional<std::string>> fields;
-  if (!splitFields(text, &fields)) return CMPI_RC_ERR_FAILED;
+  if (!split_fields(text, &fields)) return CMPI_RC_ERR_FAILED;
   CMPIArray *array = CMNewArray(broker, static_cast<CMPICount>(fields.size()), element, nullptr);
   if (array == nullptr) return CMPI_RC_ERR_FAILED;
   for (size_t i = 0; i < fields.size(); ++i) {
     if (!fields[i]) continue;  // elements start null
     CMPIValue value;
-    CMPIrc rc = decodeValue(broker, element, *fields[i], &value);
+    CMPIrc rc = decode_value(broker, element, *fields[i], &value);
     if (rc == CMPI_RC_OK) {
       rc = CMSetArrayElementAt(array, static_cast<CMPICount>(i), &value, element).rc;
-      releaseValue(element, &value);
+      release_value(element, &value);
     }
     if (rc != CMPI_RC_OK) {
       CMRelease(array);
@@ -232,7 +232,7 @@ CMPIrc decodeArray(const CMPIBroker *broker, CMPIType type, const std::string &t
 
 }  // namespace
 
-void releaseValue(CMPIType type, CMPIValue *value) {
+void release_value(CMPIType type, CMPIValue *value) {
   if ((type & CMPI_ARRAY) != 0) {
     if (value->array != nullptr) CMRelease(value->array);
     return;
@@ -264,21 +264,21 @@ void releaseValue(CMPIType type, CMPIValue *value) {
   }
 }
 
-void releaseData(CMPIData data) {
+void release_data(CMPIData data) {
   const CMPIValueState state = data.state;
   CMPIValue value = data.value;
-  if ((state & CMPI_nullValue) == 0) releaseValue(data.type, &value);
+  if ((state & CMPI_nullValue) == 0) release_value(data.type, &value);
 }
 
-CMPIrc encodeValue(const CMPIBroker *broker, CMPIType target, CMPIType type, const CMPIValue *value,
+CMPIrc encode_value(const CMPIBroker *broker, CMPIType target, CMPIType type, const CMPIValue *value,
                    std::string *text) {
-  type = storedType(type);
-  target = storedType(target);
+  type = stored_type(type);
+  target = stored_type(target);
   text->clear();
   if ((target & CMPI_ARRAY) != 0) {
     if ((type & CMPI_ARRAY) == 0) return CMPI_RC_ERR_TYPE_MISMATCH;
     if (value->array == nullptr) return CMPI_RC_ERR_INVALID_PARAMETER;
-    return encodeArray(broker, target, value->array, text);
+    return encode_array(broker, target, value->array, text);
   }
   if ((type & CMPI_ARRAY) != 0) return CMPI_RC_ERR_TYPE_MISMATCH;
   Number number;
@@ -292,7 +292,7 @@ CMPIrc encodeValue(const CMPIBroker *broker, CMPIType target, CMPIType type, con
         *text = std::to_string(value->char16);
         return CMPI_RC_OK;
       }
-      const char *chars = textOf(type, value);
+      const char *chars = text_of(type, value);
       if (chars == nullptr || chars[0] == '\0' || chars[1] != '\0')
         return CMPI_RC_ERR_TYPE_MISMATCH;
       *text = std::to_string(static_cast<unsigned char>(chars[0]));
@@ -308,11 +308,11 @@ CMPIrc encodeValue(const CMPIBroker *broker, CMPIType target, CMPIType type, con
     case CMPI_sint16:
     case CMPI_sint32:
     case CMPI_sint64:
-      if (!readNumber(type, value, &number)) return CMPI_RC_ERR_TYPE_MISMATCH;
-      return numberText(target, number, text);
+      if (!read_number(type, value, &number)) return CMPI_RC_ERR_TYPE_MISMATCH;
+      return number_text(target, number, text);
     case CMPI_string: {
       if (type != CMPI_string) return CMPI_RC_ERR_TYPE_MISMATCH;
-      const char *chars = textOf(type, value);
+      const char *chars = text_of(type, value);
       if (chars == nullptr) return CMPI_RC_ERR_INVALID_PARAMETER;
       *text = chars;
       return CMPI_RC_OK;
@@ -322,7 +322,7 @@ CMPIrc encodeValue(const CMPIBroker *broker, CMPIType target, CMPIType type, con
       const CMPIDateTime *dt = nullptr;
       if (type == CMPI_dateTime) {
         dt = value->dateTime;
-      } else if (const char *chars = textOf(type, value)) {
+      } else if (const char *chars = text_of(type, value)) {
         made = CMNewDateTimeFromChars(broker, chars, nullptr);
         if (made == nullptr) return CMPI_RC_ERR_TYPE_MISMATCH;
         dt = made;
@@ -340,39 +340,39 @@ CMPIrc encodeValue(const CMPIBroker *broker, CMPIType target, CMPIType type, con
     case CMPI_ref:
       if (type != CMPI_ref) return CMPI_RC_ERR_TYPE_MISMATCH;
       if (value->ref == nullptr) return CMPI_RC_ERR_INVALID_PARAMETER;
-      return appendPath(broker, value->ref, false, text);
+      return append_path(broker, value->ref, false, text);
     case CMPI_instance:
       if (type != CMPI_instance) return CMPI_RC_ERR_TYPE_MISMATCH;
       if (value->inst == nullptr) return CMPI_RC_ERR_INVALID_PARAMETER;
-      return encodeInstance(broker, value->inst, text);
+      return encode_instance(broker, value->inst, text);
     default:
       return CMPI_RC_ERR_TYPE_MISMATCH;
   }
 }
 
-CMPIrc decodeValue(const CMPIBroker *broker, CMPIType type, const std::string &text,
+CMPIrc decode_value(const CMPIBroker *broker, CMPIType type, const std::string &text,
                    CMPIValue *value) {
-  if ((type & CMPI_ARRAY) != 0) return decodeArray(broker, storedType(type), text, value);
+  if ((type & CMPI_ARRAY) != 0) return decode_array(broker, stored_type(type), text, value);
   unsigned long long u = 0;
   long long s = 0;
   double r = 0;
   long long min = 0;
   unsigned long long max = 0;
-  switch (storedType(type)) {
+  switch (stored_type(type)) {
     case CMPI_boolean:
       if (text != "true" && text != "false") return CMPI_RC_ERR_FAILED;
       value->boolean = text == "true" ? 1 : 0;
       return CMPI_RC_OK;
     case CMPI_char16:
-      if (!readUnsigned(text, USHRT_MAX, &u)) return CMPI_RC_ERR_FAILED;
+      if (!read_unsigned(text, USHRT_MAX, &u)) return CMPI_RC_ERR_FAILED;
       value->char16 = static_cast<CMPIChar16>(u);
       return CMPI_RC_OK;
     case CMPI_uint8:
     case CMPI_uint16:
     case CMPI_uint32:
     case CMPI_uint64:
-      integerRange(type, &min, &max);
-      if (!readUnsigned(text, max, &u)) return CMPI_RC_ERR_FAILED;
+      integer_range(type, &min, &max);
+      if (!read_unsigned(text, max, &u)) return CMPI_RC_ERR_FAILED;
       if (type == CMPI_uint8) value->uint8 = static_cast<CMPIUint8>(u);
       if (type == CMPI_uint16) value->uint16 = static_cast<CMPIUint16>(u);
       if (type == CMPI_uint32) value->uint32 = static_cast<CMPIUint32>(u);
@@ -382,8 +382,8 @@ CMPIrc decodeValue(const CMPIBroker *broker, CMPIType type, const std::string &t
     case CMPI_sint16:
     case CMPI_sint32:
     case CMPI_sint64:
-      integerRange(type, &min, &max);
-      if (!readSigned(text, min, static_cast<long long>(max), &s)) return CMPI_RC_ERR_FAILED;
+      integer_range(type, &min, &max);
+      if (!read_signed(text, min, static_cast<long long>(max), &s)) return CMPI_RC_ERR_FAILED;
       if (type == CMPI_sint8) value->sint8 = static_cast<CMPISint8>(s);
       if (type == CMPI_sint16) value->sint16 = static_cast<CMPISint16>(s);
       if (type == CMPI_sint32) value->sint32 = static_cast<CMPISint32>(s);
@@ -391,12 +391,12 @@ CMPIrc decodeValue(const CMPIBroker *broker, CMPIType type, const std::string &t
       return CMPI_RC_OK;
     case CMPI_real32: {
       float f = 0;
-      if (!readReal32(text, &f)) return CMPI_RC_ERR_FAILED;
+      if (!read_real32(text, &f)) return CMPI_RC_ERR_FAILED;
       value->real32 = f;
       return CMPI_RC_OK;
     }
     case CMPI_real64:
-      if (!readReal(text, &r)) return CMPI_RC_ERR_FAILED;
+      if (!read_real(text, &r)) return CMPI_RC_ERR_FAILED;
       value->real64 = r;
       return CMPI_RC_OK;
     case CMPI_string:
@@ -406,9 +406,9 @@ CMPIrc decodeValue(const CMPIBroker *broker, CMPIType type, const std::string &t
       value->dateTime = CMNewDateTimeFromChars(broker, text.c_str(), nullptr);
       return value->dateTime != nullptr ? CMPI_RC_OK : CMPI_RC_ERR_FAILED;
     case CMPI_ref:
-      return decodeRef(broker, text, value);
+      return decode_ref(broker, text, value);
     case CMPI_instance:
-      return decodeInstance(broker, text, value);
+      return decode_instance(broker, text, value);
     default:
       return CMPI_RC_ERR_FAILED;
   }

@@ -8,8 +8,8 @@
 //   reference  namespace, class name, then name, type code and value of every key;
 //   instance   namespace, class name, key count, the keys as for a reference, then name, type
 //              code and value of every property.
-// Every value this platform hands out is a copy the receiver releases; releaseValue and
-// releaseData do that.
+// Every value this platform hands out is a copy the receiver releases; release_value and
+// release_data do that.
 #ifndef DEMO_PROVIDER_CODEC_H
 #define DEMO_PROVIDER_CODEC_H
 
@@ -21,21 +21,21 @@ namespace demo {
 
 // Releases an encapsulated value (string, array, instance, reference, date-time, args,
 // enumeration); nothing for scalars or a NULL pointer.
-void releaseValue(CMPIType type, CMPIValue *value);
+void release_value(CMPIType type, CMPIValue *value);
 
 // Releases the value of a datum a getter handed out, unless the datum is null.
-void releaseData(CMPIData data);
+void release_data(CMPIData data);
 
 // Writes value (of type) as the stored text of target. Numbers convert between numeric types
 // when the value fits the target exactly; a string converts to a date-time when it is valid CIM
 // date-time text and to a char16 when it is one character; array elements convert the same way.
 // Anything else gives CMPI_RC_ERR_TYPE_MISMATCH. value must not be null.
-CMPIrc encodeValue(const CMPIBroker *broker, CMPIType target, CMPIType type, const CMPIValue *value,
+CMPIrc encode_value(const CMPIBroker *broker, CMPIType target, CMPIType type, const CMPIValue *value,
                    std::string *text);
 
 // Reads stored text of type back into a new value made with broker, owned by the caller
-// (releaseValue). Text that does not read as type gives CMPI_RC_ERR_FAILED.
-CMPIrc decodeValue(const CMPIBroker *broker, CMPIType type, const std::string &text,
+// (release_value). Text that does not read as type gives CMPI_RC_ERR_FAILED.
+CMPIrc decode_value(const CMPIBroker *broker, CMPIType type, const std::string &text,
                    CMPIValue *value);
 
 }  // namespace demo

@@ -3,18 +3,18 @@
 
 namespace demo {
 
-void appendField(std::string *out, const std::string &field) {
+void append_field(std::string *out, const std::string &field) {
   out->append(std::to_string(field.size()));
   out->push_back(':');
   out->append(field);
 }
 
-void appendNullField(std::string *out) { out->push_back('~'); }
+void append_null_field(std::string *out) { out->push_back('~'); }
 
-bool splitFields(const std::string &text, std::vector<std::optional<std::string>> *fields) {
+bool split_fields(const std::string &text, std::vector<std::optional<std::string>> *fields) {
   fields->clear();
   FieldReader reader(text);
-  while (!reader.atEnd()) {
+  while (!reader.at_end()) {
     std::optional<std::string> field;
     if (!reader.next(&field)) return false;
     fields->push_back(std::move(field));
@@ -43,7 +43,7 @@ bool FieldReader::next(std::optional<std::string> *field) {
   return true;
 }
 
-bool FieldReader::nextText(std::string *field) {
+bool FieldReader::next_text(std::string *field) {
   std::optional<std::string> value;
   if (!next(&value) || !value) return false;
   *field = *value;

@@ -9,24 +9,24 @@
 
 namespace demo {
 
-void appendField(std::string *out, const std::string &field);
-void appendNullField(std::string *out);
+void append_field(std::string *out, const std::string &field);
+void append_null_field(std::string *out);
 
 // Every field of compound text (nullopt for a null field); false when the text is malformed.
-bool splitFields(const std::string &text, std::vector<std::optional<std::string>> *fields);
+bool split_fields(const std::string &text, std::vector<std::optional<std::string>> *fields);
 
 // Reads the fields of compound text one after the other.
 class FieldReader {
  public:
   explicit FieldReader(const std::string &text) : text_(text) {}
 
-  bool atEnd() const { return pos_ >= text_.size(); }
+  bool at_end() const { return pos_ >= text_.size(); }
 
   // The next field; nullopt for a null field. False when the text is malformed.
   bool next(std::optional<std::string> *field);
 
   // The next field, which must not be null.
-  bool nextText(std::string *field);
+  bool next_text(std::string *field);
 
  private:
   const std::string &text_;

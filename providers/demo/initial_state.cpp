@@ -14,13 +14,13 @@ namespace demo {
 namespace {
 
 struct FanSeed {
-  const char *deviceId;
+  const char *device_id;
   const char *name;
   CMPIBoolean enabled;
   CMPIChar16 initial;
-  CMPIUint16 healthState;
+  CMPIUint16 health_state;
   CMPIUint32 speed;
-  CMPIUint64 maxSpeed;
+  CMPIUint64 max_speed;
   CMPIUint8 level;
   CMPISint8 offset;
   CMPISint16 trend;
@@ -28,8 +28,8 @@ struct FanSeed {
   CMPISint64 accumulated;
   CMPIReal32 ratio;
   CMPIReal64 load;
-  const char *installDate;
-  std::initializer_list<CMPIUint32> speedHistory;
+  const char *install_date;
+  std::initializer_list<CMPIUint32> speed_history;
   std::initializer_list<const char *> tags;
   CMPIUint16 reading;
   const char *notes;  // nullptr: null
@@ -79,28 +79,28 @@ const FanSeed kFans[] = {
      "replaced in 2023"},
 };
 
-CMPIObjectPath *chassisPath(const CMPIBroker *broker) {
+CMPIObjectPath *chassis_path(const CMPIBroker *broker) {
   CMPIObjectPath *op = CMNewObjectPath(broker, kNameSpace, kChassisClass, nullptr);
   if (op != nullptr) CMAddKey(op, "Tag", kChassisTag, CMPI_chars);
   return op;
 }
 
-CMPIObjectPath *fanPath(const CMPIBroker *broker, const char *deviceId) {
+CMPIObjectPath *fan_path(const CMPIBroker *broker, const char *device_id) {
   CMPIObjectPath *op = CMNewObjectPath(broker, kNameSpace, kFanClass, nullptr);
   if (op == nullptr) return nullptr;
-  CMAddKey(op, "DeviceID", deviceId, CMPI_chars);
+  CMAddKey(op, "DeviceID", device_id, CMPI_chars);
   CMAddKey(op, "SystemName", kSystemName, CMPI_chars);
   return op;
 }
 
 // Converts inst (of the class of op) and inserts it; releases op and inst.
-Outcome insert(const CMPIBroker *broker, StateStore &store, const char *className,
+Outcome insert(const CMPIBroker *broker, StateStore &store, const char *class_name,
                CMPIObjectPath *op, CMPIInstance *inst) {
   Outcome outcome = failure(CMPI_RC_ERR_FAILED, "the initial demo state cannot be made");
   if (op != nullptr && inst != nullptr) {
-    const ClassDef &cls = *findClass(className);
+    const ClassDef &cls = *find_class(class_name);
     StoredInstance stored;
-    outcome = storedFromInstance(broker, cls, op, inst, &stored);
+    outcome = stored_from_instance(broker, cls, op, inst, &stored);
     if (outcome.ok()) outcome = store.insert(cls, stored);
   }
   if (inst != nullptr) CMRelease(inst);
@@ -108,27 +108,27 @@ Outcome insert(const CMPIBroker *broker, StateStore &store, const char *classNam
   return outcome;
 }
 
-Outcome seedChassis(const CMPIBroker *broker, StateStore &store) {
-  CMPIObjectPath *op = chassisPath(broker);
+Outcome seed_chassis(const CMPIBroker *broker, StateStore &store) {
+  CMPIObjectPath *op = chassis_path(broker);
   CMPIInstance *inst = op != nullptr ? CMNewInstance(broker, op, nullptr) : nullptr;
   if (inst != nullptr) {
-    const CMPIUint8 fanCount = 2;
+    const CMPIUint8 fan_count = 2;
     CMSetProperty(inst, "Tag", kChassisTag, CMPI_chars);
     CMSetProperty(inst, "Manufacturer", "Demo Manufacturing", CMPI_chars);
     CMSetProperty(inst, "Model", "DM-100", CMPI_chars);
     CMSetProperty(inst, "SerialNumber", "SN-0001", CMPI_chars);
-    CMSetProperty(inst, "FanCount", &fanCount, CMPI_uint8);
+    CMSetProperty(inst, "FanCount", &fan_count, CMPI_uint8);
   }
   return insert(broker, store, kChassisClass, op, inst);
 }
 
 // Sets the compound properties of a fan: arrays, date-time, reference, embedded sensor.
-void setCompound(const CMPIBroker *broker, CMPIInstance *inst, const FanSeed &seed) {
+void set_compound(const CMPIBroker *broker, CMPIInstance *inst, const FanSeed &seed) {
   CMPIArray *history =
-      CMNewArray(broker, static_cast<CMPICount>(seed.speedHistory.size()), CMPI_uint32, nullptr);
+      CMNewArray(broker, static_cast<CMPICount>(seed.speed_history.size()), CMPI_uint32, nullptr);
   if (history != nullptr) {
     CMPICount i = 0;
-    for (CMPIUint32 speed : seed.speedHistory)
+    for (CMPIUint32 speed : seed.speed_history)
       CMSetArrayElementAt(history, i++, &speed, CMPI_uint32);
     CMSetProperty(inst, "SpeedHistory", &history, CMPI_uint32A);
     CMRelease(history);
@@ -141,41 +141,41 @@ void setCompound(const CMPIBroker *broker, CMPIInstance *inst, const FanSeed &se
     CMSetProperty(inst, "Tags", &tags, CMPI_stringA);
     CMRelease(tags);
   }
-  CMPIDateTime *date = CMNewDateTimeFromChars(broker, seed.installDate, nullptr);
+  CMPIDateTime *date = CMNewDateTimeFromChars(broker, seed.install_date, nullptr);
   if (date != nullptr) {
     CMSetProperty(inst, "InstallDate", &date, CMPI_dateTime);
     CMRelease(date);
   }
-  CMPIObjectPath *chassis = chassisPath(broker);
+  CMPIObjectPath *chassis = chassis_path(broker);
   if (chassis != nullptr) {
     CMSetProperty(inst, "Chassis", &chassis, CMPI_ref);
     CMRelease(chassis);
   }
-  CMPIObjectPath *sensorPath = CMNewObjectPath(broker, kNameSpace, kSensorClass, nullptr);
+  CMPIObjectPath *sensor_path = CMNewObjectPath(broker, kNameSpace, kSensorClass, nullptr);
   CMPIInstance *sensor =
-      sensorPath != nullptr ? CMNewInstance(broker, sensorPath, nullptr) : nullptr;
+      sensor_path != nullptr ? CMNewInstance(broker, sensor_path, nullptr) : nullptr;
   if (sensor != nullptr) {
     CMSetProperty(sensor, "Reading", &seed.reading, CMPI_uint16);
     CMSetProperty(sensor, "Units", "Celsius", CMPI_chars);
     CMSetProperty(inst, "Sensor", &sensor, CMPI_instance);
     CMRelease(sensor);
   }
-  if (sensorPath != nullptr) CMRelease(sensorPath);
+  if (sensor_path != nullptr) CMRelease(sensor_path);
 }
 
-Outcome seedFan(const CMPIBroker *broker, StateStore &store, const FanSeed &seed) {
-  CMPIObjectPath *op = fanPath(broker, seed.deviceId);
+Outcome seed_fan(const CMPIBroker *broker, StateStore &store, const FanSeed &seed) {
+  CMPIObjectPath *op = fan_path(broker, seed.device_id);
   CMPIInstance *inst = op != nullptr ? CMNewInstance(broker, op, nullptr) : nullptr;
   if (inst != nullptr) {
-    CMSetProperty(inst, "DeviceID", seed.deviceId, CMPI_chars);
+    CMSetProperty(inst, "DeviceID", seed.device_id, CMPI_chars);
     CMSetProperty(inst, "SystemName", kSystemName, CMPI_chars);
     CMSetProperty(inst, "Name", seed.name, CMPI_chars);
     CMSetProperty(inst, "Enabled", &seed.enabled, CMPI_boolean);
     CMSetProperty(inst, "Initial", &seed.initial, CMPI_char16);
-    CMSetProperty(inst, "HealthState", &seed.healthState, CMPI_uint16);
+    CMSetProperty(inst, "HealthState", &seed.health_state, CMPI_uint16);
     CMSetProperty(inst, "Speed", &seed.speed, CMPI_uint32);
     CMSetProperty(inst, "DesiredSpeed", &seed.speed, CMPI_uint32);
-    CMSetProperty(inst, "MaxSpeed", &seed.maxSpeed, CMPI_uint64);
+    CMSetProperty(inst, "MaxSpeed", &seed.max_speed, CMPI_uint64);
     CMSetProperty(inst, "Level", &seed.level, CMPI_uint8);
     CMSetProperty(inst, "Offset", &seed.offset, CMPI_sint8);
     CMSetProperty(inst, "Trend", &seed.trend, CMPI_sint16);
@@ -183,17 +183,17 @@ Outcome seedFan(const CMPIBroker *broker, StateStore &store, const FanSeed &seed
     CMSetProperty(inst, "Accumulated", &seed.accumulated, CMPI_sint64);
     CMSetProperty(inst, "Ratio", &seed.ratio, CMPI_real32);
     CMSetProperty(inst, "Load", &seed.load, CMPI_real64);
-    setCompound(broker, inst, seed);
+    set_compound(broker, inst, seed);
     CMSetProperty(inst, "Notes", seed.notes, seed.notes != nullptr ? CMPI_chars : CMPI_string);
   }
   return insert(broker, store, kFanClass, op, inst);
 }
 
-Outcome seedMembership(const CMPIBroker *broker, StateStore &store, const char *deviceId) {
+Outcome seed_membership(const CMPIBroker *broker, StateStore &store, const char *device_id) {
   CMPIObjectPath *op = CMNewObjectPath(broker, kNameSpace, kChassisFanClass, nullptr);
   CMPIInstance *inst = nullptr;
-  CMPIObjectPath *group = chassisPath(broker);
-  CMPIObjectPath *part = fanPath(broker, deviceId);
+  CMPIObjectPath *group = chassis_path(broker);
+  CMPIObjectPath *part = fan_path(broker, device_id);
   if (op != nullptr && group != nullptr && part != nullptr) {
     CMAddKey(op, kGroupRole, &group, CMPI_ref);
     CMAddKey(op, kPartRole, &part, CMPI_ref);
@@ -210,13 +210,13 @@ Outcome seedMembership(const CMPIBroker *broker, StateStore &store, const char *
 
 }  // namespace
 
-Outcome seedInitialState(const CMPIBroker *broker, StateStore &store) {
-  Outcome outcome = seedChassis(broker, store);
+Outcome seed_initial_state(const CMPIBroker *broker, StateStore &store) {
+  Outcome outcome = seed_chassis(broker, store);
   for (const FanSeed &seed : kFans) {
-    if (outcome.ok()) outcome = seedFan(broker, store, seed);
+    if (outcome.ok()) outcome = seed_fan(broker, store, seed);
   }
   for (const FanSeed &seed : kFans) {
-    if (outcome.ok()) outcome = seedMembership(broker, store, seed.deviceId);
+    if (outcome.ok()) outcome = seed_membership(broker, store, seed.device_id);
   }
   return outcome;
 }

@@ -16,7 +16,7 @@ class StateStore;
 
 // Inserts the initial instances into store (inside its open transaction), made with broker the
 // way a client would make them.
-Outcome seedInitialState(const CMPIBroker *broker, StateStore &store);
+Outcome seed_initial_state(const CMPIBroker *broker, StateStore &store);
 
 }  // namespace demo
 

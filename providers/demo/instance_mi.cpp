@@ -20,44 +20,44 @@ static CMPIStatus DemoCleanup(CMPIInstanceMI *, const CMPIContext *, CMPIBoolean
 
 static CMPIStatus DemoEnumInstanceNames(CMPIInstanceMI *, const CMPIContext *,
                                         const CMPIResult *rslt, const CMPIObjectPath *op) {
-  return demo::serve(broker_, [&] { return demo::enumerateInstanceNames(broker_, rslt, op); });
+  return demo::serve(broker_, [&] { return demo::enumerate_instance_names(broker_, rslt, op); });
 }
 
 static CMPIStatus DemoEnumInstances(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *rslt,
                                     const CMPIObjectPath *op, const char **properties) {
   return demo::serve(broker_, [&] {
     const demo::ClassDef *cls = nullptr;
-    demo::Outcome outcome = demo::classOfPath(op, &cls);
+    demo::Outcome outcome = demo::class_of_path(op, &cls);
     if (!outcome.ok()) return outcome;
-    return demo::enumerateInstances(broker_, rslt, *cls, properties);
+    return demo::enumerate_instances(broker_, rslt, *cls, properties);
   });
 }
 
 static CMPIStatus DemoGetInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *rslt,
                                   const CMPIObjectPath *op, const char **properties) {
-  return demo::serve(broker_, [&] { return demo::getInstance(broker_, rslt, op, properties); });
+  return demo::serve(broker_, [&] { return demo::get_instance(broker_, rslt, op, properties); });
 }
 
 static CMPIStatus DemoCreateInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *rslt,
                                      const CMPIObjectPath *op, const CMPIInstance *inst) {
-  return demo::serve(broker_, [&] { return demo::createInstance(broker_, rslt, op, inst); });
+  return demo::serve(broker_, [&] { return demo::create_instance(broker_, rslt, op, inst); });
 }
 
 static CMPIStatus DemoModifyInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *rslt,
                                      const CMPIObjectPath *op, const CMPIInstance *inst,
                                      const char **properties) {
   return demo::serve(broker_,
-                     [&] { return demo::modifyInstance(broker_, rslt, op, inst, properties); });
+                     [&] { return demo::modify_instance(broker_, rslt, op, inst, properties); });
 }
 
 static CMPIStatus DemoDeleteInstance(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *rslt,
                                      const CMPIObjectPath *op) {
-  return demo::serve(broker_, [&] { return demo::deleteInstance(broker_, rslt, op); });
+  return demo::serve(broker_, [&] { return demo::delete_instance(broker_, rslt, op); });
 }
 
 static CMPIStatus DemoExecQuery(CMPIInstanceMI *, const CMPIContext *, const CMPIResult *rslt,
                                 const CMPIObjectPath *op, const char *query, const char *lang) {
-  return demo::serve(broker_, [&] { return demo::execQuery(broker_, rslt, op, query, lang); });
+  return demo::serve(broker_, [&] { return demo::exec_query(broker_, rslt, op, query, lang); });
 }
 
 CMInstanceMIStub(Demo, DemoProvider, broker_, CMNoHook)

@@ -30,33 +30,33 @@ std::string quoted(const std::string &text) {
   return out;
 }
 
-bool isNull(CMPIData data) {
+bool is_null(CMPIData data) {
   const CMPIValueState state = data.state;
   return (state & (CMPI_nullValue | CMPI_notFound)) != 0;
 }
 
 bool listed(const char **properties, const char *name) {
   for (const char **p = properties; *p != nullptr; ++p) {
-    if (sameName(*p, name)) return true;
+    if (same_name(*p, name)) return true;
   }
   return false;
 }
 
 // The class name of an object path, or of an instance's path.
-std::string classNameOf(const CMPIObjectPath *op) { return take(CMGetClassName(op, nullptr)); }
+std::string class_name_of(const CMPIObjectPath *op) { return take(CMGetClassName(op, nullptr)); }
 
-std::string classNameOf(const CMPIInstance *inst) {
+std::string class_name_of(const CMPIInstance *inst) {
   CMPIObjectPath *op = CMGetObjectPath(inst, nullptr);
   if (op == nullptr) return std::string();
-  std::string name = classNameOf(op);
+  std::string name = class_name_of(op);
   CMRelease(op);
   return name;
 }
 
 // The key text of one key value (a getter's datum; the caller releases it).
-Outcome keyValueText(const CMPIBroker *broker, const PropertyDef &def, CMPIData data,
+Outcome key_value_text(const CMPIBroker *broker, const PropertyDef &def, CMPIData data,
                      std::string *out) {
-  if (isNull(data)) {
+  if (is_null(data)) {
     return failure(CMPI_RC_ERR_INVALID_PARAMETER,
                    std::string("key property '") + def.name + "' is missing");
   }
@@ -72,13 +72,13 @@ Outcome keyValueText(const CMPIBroker *broker, const PropertyDef &def, CMPIData 
   }
   // A reference key.
   const ClassDef *target = nullptr;
-  if (type == CMPI_ref && value.ref != nullptr) target = findClass(classNameOf(value.ref).c_str());
-  if (target == nullptr || !sameName(target->name, def.otherClass)) {
+  if (type == CMPI_ref && value.ref != nullptr) target = find_class(class_name_of(value.ref).c_str());
+  if (target == nullptr || !same_name(target->name, def.other_class)) {
     return failure(CMPI_RC_ERR_INVALID_PARAMETER, std::string("key property '") + def.name +
-                                                      "' must refer to a " + def.otherClass);
+                                                      "' must refer to a " + def.other_class);
   }
   std::string inner;
-  Outcome outcome = keyTextOfPath(broker, *target, value.ref, &inner);
+  Outcome outcome = key_text_of_path(broker, *target, value.ref, &inner);
   if (!outcome.ok()) return outcome;
   *out = quoted(std::string(target->name) + "." + inner);
   return success();
@@ -90,27 +90,27 @@ Outcome convert(const CMPIBroker *broker, const PropertyDef &def, CMPIData data,
   out->name = def.name;
   out->type = def.type;
   out->text.reset();
-  if (isNull(data)) return success();
+  if (is_null(data)) return success();
   const CMPIType type = data.type;
   const CMPIValue value = data.value;
   std::string text;
-  const CMPIrc rc = encodeValue(broker, def.type, type, &value, &text);
+  const CMPIrc rc = encode_value(broker, def.type, type, &value, &text);
   if (rc == CMPI_RC_ERR_TYPE_MISMATCH) {
     return failure(rc, std::string("property '") + def.name + "' is " +
-                           withArticle(typeName(def.type)) + "; " + withArticle(typeName(type)) +
+                           with_article(type_name(def.type)) + "; " + with_article(type_name(type)) +
                            " value does not fit");
   }
   if (rc != CMPI_RC_OK) {
     return failure(rc, std::string("property '") + def.name + "' has an unusable value");
   }
-  if (def.otherClass != nullptr) {
-    const std::string className =
-        type == CMPI_ref ? classNameOf(value.ref) : classNameOf(value.inst);
-    if (!sameName(className.c_str(), def.otherClass)) {
+  if (def.other_class != nullptr) {
+    const std::string class_name =
+        type == CMPI_ref ? class_name_of(value.ref) : class_name_of(value.inst);
+    if (!same_name(class_name.c_str(), def.other_class)) {
       return failure(CMPI_RC_ERR_TYPE_MISMATCH,
                      std::string("property '") + def.name +
                          (type == CMPI_ref ? "' must refer to a " : "' must hold a ") +
-                         def.otherClass);
+                         def.other_class);
     }
   }
   out->text = std::move(text);
@@ -118,13 +118,13 @@ Outcome convert(const CMPIBroker *broker, const PropertyDef &def, CMPIData data,
 }
 
 // Every property inst carries must belong to cls.
-Outcome checkPropertyNames(const ClassDef &cls, const CMPIInstance *inst) {
+Outcome check_property_names(const ClassDef &cls, const CMPIInstance *inst) {
   const CMPICount count = CMGetPropertyCount(inst, nullptr);
   for (CMPICount i = 0; i < count; ++i) {
     CMPIString *name = nullptr;
-    releaseData(CMGetPropertyAt(inst, i, &name, nullptr));
+    release_data(CMGetPropertyAt(inst, i, &name, nullptr));
     const std::string text = take(name);
-    if (findProperty(cls, text.c_str()) == nullptr) {
+    if (find_property(cls, text.c_str()) == nullptr) {
       return failure(CMPI_RC_ERR_NO_SUCH_PROPERTY,
                      std::string("class ") + cls.name + " has no property '" + text + "'");
     }
@@ -133,7 +133,7 @@ Outcome checkPropertyNames(const ClassDef &cls, const CMPIInstance *inst) {
 }
 
 // The value of a computed property at this moment.
-void computedValue(const PropertyDef &def, CMPIValue *value, CMPIType *type) {
+void computed_value(const PropertyDef &def, CMPIValue *value, CMPIType *type) {
   // EffectiveUserID: the user this request is served as.
   (void)def;
   value->uint32 = static_cast<CMPIUint32>(geteuid());
@@ -144,7 +144,7 @@ void computedValue(const PropertyDef &def, CMPIValue *value, CMPIType *type) {
 
 StoredProperty *StoredInstance::find(const char *name) {
   for (StoredProperty &property : properties) {
-    if (sameName(property.name.c_str(), name)) return &property;
+    if (same_name(property.name.c_str(), name)) return &property;
   }
   return nullptr;
 }
@@ -153,35 +153,35 @@ const StoredProperty *StoredInstance::find(const char *name) const {
   return const_cast<StoredInstance *>(this)->find(name);
 }
 
-Outcome classOfPath(const CMPIObjectPath *op, const ClassDef **cls) {
+Outcome class_of_path(const CMPIObjectPath *op, const ClassDef **cls) {
   if (op == nullptr) return failure(CMPI_RC_ERR_INVALID_PARAMETER, "no object path given");
-  const std::string name = classNameOf(op);
-  *cls = findClass(name.c_str());
+  const std::string name = class_name_of(op);
+  *cls = find_class(name.c_str());
   if (*cls == nullptr) {
     return failure(CMPI_RC_ERR_INVALID_CLASS,
                    "class '" + name + "' is not served by this provider");
   }
-  return checkNameSpace(op, **cls);
+  return check_name_space(op, **cls);
 }
 
-Outcome checkNameSpace(const CMPIObjectPath *op, const ClassDef &cls) {
+Outcome check_name_space(const CMPIObjectPath *op, const ClassDef &cls) {
   if (op == nullptr) return success();
   const std::string ns = take(CMGetNameSpace(op, nullptr));
-  if (!ns.empty() && !sameName(ns.c_str(), kNameSpace))
+  if (!ns.empty() && !same_name(ns.c_str(), kNameSpace))
     return failure(CMPI_RC_ERR_INVALID_NAMESPACE,
                    "namespace '" + ns + "' has no class " + cls.name);
   return success();
 }
 
-Outcome keyTextOfPath(const CMPIBroker *broker, const ClassDef &cls, const CMPIObjectPath *op,
+Outcome key_text_of_path(const CMPIBroker *broker, const ClassDef &cls, const CMPIObjectPath *op,
                       std::string *key) {
   key->clear();
   for (const PropertyDef &def : cls) {
-    if (!def.isKey()) continue;
+    if (!def.is_key()) continue;
     const CMPIData data = CMGetKey(op, def.name, nullptr);
     std::string text;
-    const Outcome outcome = keyValueText(broker, def, data, &text);
-    releaseData(data);
+    const Outcome outcome = key_value_text(broker, def, data, &text);
+    release_data(data);
     if (!outcome.ok()) return outcome;
     if (!key->empty()) key->push_back(',');
     key->append(def.name).append("=").append(text);
@@ -189,36 +189,36 @@ Outcome keyTextOfPath(const CMPIBroker *broker, const ClassDef &cls, const CMPIO
   return success();
 }
 
-Outcome storedFromInstance(const CMPIBroker *broker, const ClassDef &cls, const CMPIObjectPath *op,
+Outcome stored_from_instance(const CMPIBroker *broker, const ClassDef &cls, const CMPIObjectPath *op,
                            const CMPIInstance *inst, StoredInstance *stored) {
   if (inst == nullptr) return failure(CMPI_RC_ERR_INVALID_PARAMETER, "no instance given");
-  Outcome outcome = checkPropertyNames(cls, inst);
+  Outcome outcome = check_property_names(cls, inst);
   if (!outcome.ok()) return outcome;
   stored->key.clear();
   stored->properties.clear();
   for (const PropertyDef &def : cls) {
-    if (def.isComputed()) continue;
+    if (def.is_computed()) continue;
     CMPIData data = CMGetProperty(inst, def.name, nullptr);
-    if (def.isKey() && isNull(data) && op != nullptr) {
-      releaseData(data);
+    if (def.is_key() && is_null(data) && op != nullptr) {
+      release_data(data);
       data = CMGetKey(op, def.name, nullptr);
     }
     StoredProperty property;
     outcome = convert(broker, def, data, &property);
-    if (outcome.ok() && def.isKey()) {
+    if (outcome.ok() && def.is_key()) {
       std::string text;
-      outcome = keyValueText(broker, def, data, &text);
+      outcome = key_value_text(broker, def, data, &text);
       if (!stored->key.empty()) stored->key.push_back(',');
       stored->key.append(def.name).append("=").append(text);
     }
-    releaseData(data);
+    release_data(data);
     if (!outcome.ok()) return outcome;
     stored->properties.push_back(std::move(property));
   }
   return success();
 }
 
-Outcome applyModification(const CMPIBroker *broker, const ClassDef &cls, const CMPIInstance *inst,
+Outcome apply_modification(const CMPIBroker *broker, const ClassDef &cls, const CMPIInstance *inst,
                           const char **properties, StoredInstance *stored) {
   if (inst == nullptr) return failure(CMPI_RC_ERR_INVALID_PARAMETER, "no instance given");
   std::vector<std::string> names;
@@ -228,21 +228,21 @@ Outcome applyModification(const CMPIBroker *broker, const ClassDef &cls, const C
     const CMPICount count = CMGetPropertyCount(inst, nullptr);
     for (CMPICount i = 0; i < count; ++i) {
       CMPIString *name = nullptr;
-      releaseData(CMGetPropertyAt(inst, i, &name, nullptr));
+      release_data(CMGetPropertyAt(inst, i, &name, nullptr));
       names.push_back(take(name));
     }
   }
   for (const std::string &name : names) {
-    const PropertyDef *def = findProperty(cls, name.c_str());
+    const PropertyDef *def = find_property(cls, name.c_str());
     if (def == nullptr) {
       return failure(CMPI_RC_ERR_NO_SUCH_PROPERTY,
                      std::string("class ") + cls.name + " has no property '" + name + "'");
     }
-    if (def->isKey() || def->isComputed()) continue;
+    if (def->is_key() || def->is_computed()) continue;
     const CMPIData data = CMGetProperty(inst, def->name, nullptr);
     StoredProperty property;
     const Outcome outcome = convert(broker, *def, data, &property);
-    releaseData(data);
+    release_data(data);
     if (!outcome.ok()) return outcome;
     StoredProperty *target = stored->find(def->name);
     if (target != nullptr)
@@ -253,15 +253,15 @@ Outcome applyModification(const CMPIBroker *broker, const ClassDef &cls, const C
   return success();
 }
 
-Outcome valueOf(const CMPIBroker *broker, const StoredProperty &property, CMPIValue *value) {
+Outcome value_of(const CMPIBroker *broker, const StoredProperty &property, CMPIValue *value) {
   if (!property.text) return failure(CMPI_RC_ERR_FAILED, "'" + property.name + "' is null");
-  const CMPIrc rc = decodeValue(broker, property.type, *property.text, value);
+  const CMPIrc rc = decode_value(broker, property.type, *property.text, value);
   if (rc != CMPI_RC_OK)
     return failure(rc, "the stored value of '" + property.name + "' cannot be read");
   return success();
 }
 
-CMPIObjectPath *pathOf(const CMPIBroker *broker, const ClassDef &cls, const StoredInstance &stored,
+CMPIObjectPath *path_of(const CMPIBroker *broker, const ClassDef &cls, const StoredInstance &stored,
                        Outcome *outcome) {
   CMPIStatus st = {CMPI_RC_OK, nullptr};
   CMPIObjectPath *op = CMNewObjectPath(broker, kNameSpace, cls.name, &st);
@@ -270,26 +270,26 @@ CMPIObjectPath *pathOf(const CMPIBroker *broker, const ClassDef &cls, const Stor
     return nullptr;
   }
   for (const PropertyDef &def : cls) {
-    if (!def.isKey()) continue;
+    if (!def.is_key()) continue;
     const StoredProperty *property = stored.find(def.name);
     CMPIValue value;
     *outcome = property != nullptr
-                   ? valueOf(broker, *property, &value)
+                   ? value_of(broker, *property, &value)
                    : failure(CMPI_RC_ERR_FAILED, std::string("key '") + def.name + "' is lost");
     if (!outcome->ok()) {
       CMRelease(op);
       return nullptr;
     }
     CMAddKey(op, def.name, &value, def.type);
-    releaseValue(def.type, &value);
+    release_value(def.type, &value);
   }
   *outcome = success();
   return op;
 }
 
-CMPIInstance *instanceOf(const CMPIBroker *broker, const ClassDef &cls,
+CMPIInstance *instance_of(const CMPIBroker *broker, const ClassDef &cls,
                          const StoredInstance &stored, const char **properties, Outcome *outcome) {
-  CMPIObjectPath *op = pathOf(broker, cls, stored, outcome);
+  CMPIObjectPath *op = path_of(broker, cls, stored, outcome);
   if (op == nullptr) return nullptr;
   CMPIInstance *inst = CMNewInstance(broker, op, nullptr);
   CMRelease(op);
@@ -298,11 +298,11 @@ CMPIInstance *instanceOf(const CMPIBroker *broker, const ClassDef &cls,
     return nullptr;
   }
   for (const PropertyDef &def : cls) {
-    if (!def.isKey() && properties != nullptr && !listed(properties, def.name)) continue;
+    if (!def.is_key() && properties != nullptr && !listed(properties, def.name)) continue;
     CMPIValue value;
     CMPIType type = def.type;
-    if (def.isComputed()) {
-      computedValue(def, &value, &type);
+    if (def.is_computed()) {
+      computed_value(def, &value, &type);
       CMSetProperty(inst, def.name, &value, type);
       continue;
     }
@@ -314,40 +314,40 @@ CMPIInstance *instanceOf(const CMPIBroker *broker, const ClassDef &cls,
         CMSetProperty(inst, def.name, nullptr, def.type);
       continue;
     }
-    *outcome = valueOf(broker, *property, &value);
+    *outcome = value_of(broker, *property, &value);
     if (!outcome->ok()) {
       CMRelease(inst);
       return nullptr;
     }
     CMSetProperty(inst, def.name, &value, def.type);
-    releaseValue(def.type, &value);
+    release_value(def.type, &value);
   }
   *outcome = success();
   return inst;
 }
 
-Outcome keyTextOfReference(const CMPIBroker *broker, const StoredProperty &reference,
+Outcome key_text_of_reference(const CMPIBroker *broker, const StoredProperty &reference,
                            const ClassDef **cls, std::string *key) {
   CMPIValue value;
-  Outcome outcome = valueOf(broker, reference, &value);
+  Outcome outcome = value_of(broker, reference, &value);
   if (!outcome.ok()) return outcome;
-  *cls = findClass(classNameOf(value.ref).c_str());
+  *cls = find_class(class_name_of(value.ref).c_str());
   if (*cls == nullptr) {
     outcome = failure(CMPI_RC_ERR_FAILED, "'" + reference.name + "' refers to an unknown class");
   } else {
-    outcome = keyTextOfPath(broker, **cls, value.ref, key);
+    outcome = key_text_of_path(broker, **cls, value.ref, key);
   }
-  releaseValue(CMPI_ref, &value);
+  release_value(CMPI_ref, &value);
   return outcome;
 }
 
-std::string withArticle(const std::string &name) {
+std::string with_article(const std::string &name) {
   const bool vowel =
       !name.empty() && (name[0] == 'a' || name[0] == 'e' || name[0] == 'i' || name[0] == 'o');
   return (vowel ? "an " : "a ") + name;
 }
 
-std::string typeName(CMPIType type) {
+std::string type_name(CMPIType type) {
   std::string name;
   switch (type & static_cast<CMPIType>(~CMPI_ARRAY)) {
     case CMPI_boolean:

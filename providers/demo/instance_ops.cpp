@@ -15,27 +15,27 @@ namespace demo {
 namespace {
 
 // Returns inst into result and releases it.
-void returnInstance(const CMPIResult *result, CMPIInstance *inst) {
+void return_instance(const CMPIResult *result, CMPIInstance *inst) {
   CMReturnInstance(result, inst);
   CMRelease(inst);
 }
 
-void returnPath(const CMPIResult *result, CMPIObjectPath *op) {
+void return_path(const CMPIResult *result, CMPIObjectPath *op) {
   CMReturnObjectPath(result, op);
   CMRelease(op);
 }
 
-Outcome notFound(const ClassDef &cls, const std::string &key) {
+Outcome not_found(const ClassDef &cls, const std::string &key) {
   return failure(CMPI_RC_ERR_NOT_FOUND, std::string(cls.name) + " " + key + " does not exist");
 }
 
 // Both ends of a new Demo_ChassisFan must exist.
-Outcome checkEnds(const CMPIBroker *broker, StateStore &store, const StoredInstance &stored) {
+Outcome check_ends(const CMPIBroker *broker, StateStore &store, const StoredInstance &stored) {
   for (const char *role : {kGroupRole, kPartRole}) {
     const StoredProperty *end = stored.find(role);
     const ClassDef *cls = nullptr;
     std::string key;
-    Outcome outcome = end != nullptr ? keyTextOfReference(broker, *end, &cls, &key)
+    Outcome outcome = end != nullptr ? key_text_of_reference(broker, *end, &cls, &key)
                                      : failure(CMPI_RC_ERR_INVALID_PARAMETER, "no end");
     StoredInstance target;
     bool found = false;
@@ -50,19 +50,19 @@ Outcome checkEnds(const CMPIBroker *broker, StateStore &store, const StoredInsta
 }
 
 // Removes every Demo_ChassisFan that has the instance (cls, key) at one of its ends.
-Outcome removeMemberships(const CMPIBroker *broker, StateStore &store, const ClassDef &cls,
+Outcome remove_memberships(const CMPIBroker *broker, StateStore &store, const ClassDef &cls,
                           const std::string &key) {
-  const ClassDef &association = *findClass(kChassisFanClass);
+  const ClassDef &association = *find_class(kChassisFanClass);
   std::vector<StoredInstance> memberships;
   Outcome outcome = store.list(association, &memberships);
   for (const StoredInstance &membership : memberships) {
     for (const char *role : {kGroupRole, kPartRole}) {
       const StoredProperty *end = membership.find(role);
-      const ClassDef *endClass = nullptr;
-      std::string endKey;
+      const ClassDef *end_class = nullptr;
+      std::string end_key;
       if (!outcome.ok() || end == nullptr) break;
-      outcome = keyTextOfReference(broker, *end, &endClass, &endKey);
-      if (outcome.ok() && endClass == &cls && endKey == key) {
+      outcome = key_text_of_reference(broker, *end, &end_class, &end_key);
+      if (outcome.ok() && end_class == &cls && end_key == key) {
         outcome = store.remove(association, membership.key);
         break;
       }
@@ -71,26 +71,36 @@ Outcome removeMemberships(const CMPIBroker *broker, StateStore &store, const Cla
   return outcome;
 }
 
+// The class and key text of the instance op names, and the state opened: how every operation
+// on one instance starts.
+Outcome open_instance_state(const CMPIBroker *broker, const CMPIObjectPath *op,
+                            const ClassDef **cls, std::string *key, StateStore *store) {
+  Outcome outcome = class_of_path(op, cls);
+  if (outcome.ok()) outcome = key_text_of_path(broker, **cls, op, key);
+  if (outcome.ok()) outcome = store->open(broker);
+  return outcome;
+}
+
 }  // namespace
 
-Outcome enumerateInstanceNames(const CMPIBroker *broker, const CMPIResult *result,
+Outcome enumerate_instance_names(const CMPIBroker *broker, const CMPIResult *result,
                                const CMPIObjectPath *op) {
   const ClassDef *cls = nullptr;
-  Outcome outcome = classOfPath(op, &cls);
+  Outcome outcome = class_of_path(op, &cls);
   StateStore store;
   if (outcome.ok()) outcome = store.open(broker);
   std::vector<StoredInstance> instances;
   if (outcome.ok()) outcome = store.list(*cls, &instances);
   for (const StoredInstance &stored : instances) {
     if (!outcome.ok()) break;
-    CMPIObjectPath *path = pathOf(broker, *cls, stored, &outcome);
-    if (path != nullptr) returnPath(result, path);
+    CMPIObjectPath *path = path_of(broker, *cls, stored, &outcome);
+    if (path != nullptr) return_path(result, path);
   }
   if (outcome.ok()) CMReturnDone(result);
   return outcome;
 }
 
-Outcome enumerateInstances(const CMPIBroker *broker, const CMPIResult *result, const ClassDef &cls,
+Outcome enumerate_instances(const CMPIBroker *broker, const CMPIResult *result, const ClassDef &cls,
                            const char **properties) {
   StateStore store;
   Outcome outcome = store.open(broker);
@@ -98,113 +108,107 @@ Outcome enumerateInstances(const CMPIBroker *broker, const CMPIResult *result, c
   if (outcome.ok()) outcome = store.list(cls, &instances);
   for (const StoredInstance &stored : instances) {
     if (!outcome.ok()) break;
-    CMPIInstance *inst = instanceOf(broker, cls, stored, properties, &outcome);
-    if (inst != nullptr) returnInstance(result, inst);
+    CMPIInstance *inst = instance_of(broker, cls, stored, properties, &outcome);
+    if (inst != nullptr) return_instance(result, inst);
   }
   if (outcome.ok()) CMReturnDone(result);
   return outcome;
 }
 
-Outcome getInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome get_instance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                     const char **properties) {
   const ClassDef *cls = nullptr;
   std::string key;
-  Outcome outcome = classOfPath(op, &cls);
-  if (outcome.ok()) outcome = keyTextOfPath(broker, *cls, op, &key);
   StateStore store;
-  if (outcome.ok()) outcome = store.open(broker);
+  Outcome outcome = open_instance_state(broker, op, &cls, &key, &store);
   StoredInstance stored;
   bool found = false;
   if (outcome.ok()) outcome = store.find(*cls, key, &stored, &found);
   if (!outcome.ok()) return outcome;
-  if (!found) return notFound(*cls, key);
-  CMPIInstance *inst = instanceOf(broker, *cls, stored, properties, &outcome);
+  if (!found) return not_found(*cls, key);
+  CMPIInstance *inst = instance_of(broker, *cls, stored, properties, &outcome);
   if (inst == nullptr) return outcome;
-  returnInstance(result, inst);
+  return_instance(result, inst);
   CMReturnDone(result);
   return success();
 }
 
-Outcome createInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome create_instance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                        const CMPIInstance *inst) {
   if (inst == nullptr) return failure(CMPI_RC_ERR_INVALID_PARAMETER, "no instance given");
   CMPIObjectPath *own = op == nullptr ? CMGetObjectPath(inst, nullptr) : nullptr;
   const CMPIObjectPath *path = op != nullptr ? op : own;
   const ClassDef *cls = nullptr;
-  Outcome outcome = classOfPath(path, &cls);
+  Outcome outcome = class_of_path(path, &cls);
   StoredInstance stored;
-  if (outcome.ok()) outcome = storedFromInstance(broker, *cls, path, inst, &stored);
+  if (outcome.ok()) outcome = stored_from_instance(broker, *cls, path, inst, &stored);
   if (own != nullptr) CMRelease(own);
   StateStore store;
   if (outcome.ok()) outcome = store.open(broker);
   if (outcome.ok()) outcome = store.begin();
-  if (outcome.ok() && sameName(cls->name, kChassisFanClass))
-    outcome = checkEnds(broker, store, stored);
+  if (outcome.ok() && same_name(cls->name, kChassisFanClass))
+    outcome = check_ends(broker, store, stored);
   if (outcome.ok()) outcome = store.insert(*cls, stored);
   if (outcome.ok()) outcome = store.commit();
   if (!outcome.ok()) return outcome;
-  CMPIObjectPath *created = pathOf(broker, *cls, stored, &outcome);
+  CMPIObjectPath *created = path_of(broker, *cls, stored, &outcome);
   if (created == nullptr) return outcome;
-  returnPath(result, created);
+  return_path(result, created);
   CMReturnDone(result);
   return success();
 }
 
-Outcome modifyInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome modify_instance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                        const CMPIInstance *inst, const char **properties) {
   const ClassDef *cls = nullptr;
   std::string key;
-  Outcome outcome = classOfPath(op, &cls);
-  if (outcome.ok()) outcome = keyTextOfPath(broker, *cls, op, &key);
   StateStore store;
-  if (outcome.ok()) outcome = store.open(broker);
+  Outcome outcome = open_instance_state(broker, op, &cls, &key, &store);
   if (outcome.ok()) outcome = store.begin();
   StoredInstance stored;
   bool found = false;
   if (outcome.ok()) outcome = store.find(*cls, key, &stored, &found);
-  if (outcome.ok() && !found) outcome = notFound(*cls, key);
-  if (outcome.ok()) outcome = applyModification(broker, *cls, inst, properties, &stored);
+  if (outcome.ok() && !found) outcome = not_found(*cls, key);
+  if (outcome.ok()) outcome = apply_modification(broker, *cls, inst, properties, &stored);
   if (outcome.ok()) outcome = store.update(*cls, stored);
   if (outcome.ok()) outcome = store.commit();
   if (outcome.ok()) CMReturnDone(result);
   return outcome;
 }
 
-Outcome deleteInstance(const CMPIBroker *broker, const CMPIResult *result,
+Outcome delete_instance(const CMPIBroker *broker, const CMPIResult *result,
                        const CMPIObjectPath *op) {
   const ClassDef *cls = nullptr;
   std::string key;
-  Outcome outcome = classOfPath(op, &cls);
-  if (outcome.ok()) outcome = keyTextOfPath(broker, *cls, op, &key);
   StateStore store;
-  if (outcome.ok()) outcome = store.open(broker);
+  Outcome outcome = open_instance_state(broker, op, &cls, &key, &store);
   if (outcome.ok()) outcome = store.begin();
   if (outcome.ok()) outcome = store.remove(*cls, key);
-  if (outcome.ok() && !sameName(cls->name, kChassisFanClass))
-    outcome = removeMemberships(broker, store, *cls, key);
+  if (outcome.ok() && !same_name(cls->name, kChassisFanClass))
+    outcome = remove_memberships(broker, store, *cls, key);
   if (outcome.ok()) outcome = store.commit();
   if (outcome.ok()) CMReturnDone(result);
   return outcome;
 }
 
-Outcome execQuery(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome exec_query(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                   const char *text, const char *language) {
-  if (!isSupportedLanguage(language)) {
+  if (!is_supported_language(language)) {
     return failure(CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED,
                    std::string("query language '") + language + "' is not supported");
   }
   Query query;
-  Outcome outcome = parseQuery(text, &query);
+  Outcome outcome = parse_query(text, &query);
   if (!outcome.ok()) return outcome;
-  const ClassDef *cls = findClass(query.className.c_str());
+  const ClassDef *cls = find_class(query.class_name.c_str());
   if (cls == nullptr) {
     return failure(CMPI_RC_ERR_INVALID_CLASS,
-                   "class '" + query.className + "' is not served by this provider");
+                   "class '" + query.class_name + "' is not served by this provider");
   }
   // The path gives the namespace; its class, if any, does not matter.
-  outcome = checkNameSpace(op, *cls);
+  outcome = check_name_space(op, *cls);
   if (!outcome.ok()) return outcome;
-  outcome = checkQuery(*cls, query);
+  outcome = check_query(*cls, query);
   if (!outcome.ok()) return outcome;
   std::vector<const char *> projection;
   for (const std::string &name : query.properties) projection.push_back(name.c_str());
@@ -215,7 +219,7 @@ Outcome execQuery(const CMPIBroker *broker, const CMPIResult *result, const CMPI
   if (outcome.ok()) outcome = store.list(*cls, &instances);
   for (const StoredInstance &stored : instances) {
     if (!outcome.ok()) break;
-    CMPIInstance *inst = instanceOf(broker, *cls, stored, nullptr, &outcome);
+    CMPIInstance *inst = instance_of(broker, *cls, stored, nullptr, &outcome);
     if (inst == nullptr) break;
     if (!matches(query, inst)) {
       CMRelease(inst);
@@ -223,10 +227,10 @@ Outcome execQuery(const CMPIBroker *broker, const CMPIResult *result, const CMPI
     }
     if (!query.properties.empty()) {
       CMRelease(inst);
-      inst = instanceOf(broker, *cls, stored, projection.data(), &outcome);
+      inst = instance_of(broker, *cls, stored, projection.data(), &outcome);
       if (inst == nullptr) break;
     }
-    returnInstance(result, inst);
+    return_instance(result, inst);
   }
   if (outcome.ok()) CMReturnDone(result);
   return outcome;

@@ -12,37 +12,37 @@
 namespace demo {
 
 // The path of every instance of op's class.
-Outcome enumerateInstanceNames(const CMPIBroker *broker, const CMPIResult *result,
+Outcome enumerate_instance_names(const CMPIBroker *broker, const CMPIResult *result,
                                const CMPIObjectPath *op);
 
-// Every instance of cls (properties: see instanceOf).
-Outcome enumerateInstances(const CMPIBroker *broker, const CMPIResult *result, const ClassDef &cls,
+// Every instance of cls (properties: see instance_of).
+Outcome enumerate_instances(const CMPIBroker *broker, const CMPIResult *result, const ClassDef &cls,
                            const char **properties);
 
 // The instance op names: CMPI_RC_ERR_NOT_FOUND when there is none.
-Outcome getInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome get_instance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                     const char **properties);
 
 // Adds inst and returns its path: CMPI_RC_ERR_ALREADY_EXISTS when its key is taken. A new
 // Demo_ChassisFan must connect a chassis and a fan that exist (else
 // CMPI_RC_ERR_INVALID_PARAMETER).
-Outcome createInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome create_instance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                        const CMPIInstance *inst);
 
-// Changes the instance op names (see applyModification): CMPI_RC_ERR_NOT_FOUND when there is
+// Changes the instance op names (see apply_modification): CMPI_RC_ERR_NOT_FOUND when there is
 // none. Returns nothing.
-Outcome modifyInstance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome modify_instance(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                        const CMPIInstance *inst, const char **properties);
 
 // Removes the instance op names, and with a chassis or fan every Demo_ChassisFan that refers to
 // it: CMPI_RC_ERR_NOT_FOUND when there is none. Returns nothing.
-Outcome deleteInstance(const CMPIBroker *broker, const CMPIResult *result,
+Outcome delete_instance(const CMPIBroker *broker, const CMPIResult *result,
                        const CMPIObjectPath *op);
 
 // The instances a query selects (query.h). Other languages give
 // CMPI_RC_ERR_QUERY_LANGUAGE_NOT_SUPPORTED, queries of another form CMPI_RC_ERR_INVALID_QUERY,
 // unknown classes CMPI_RC_ERR_INVALID_CLASS.
-Outcome execQuery(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
+Outcome exec_query(const CMPIBroker *broker, const CMPIResult *result, const CMPIObjectPath *op,
                   const char *query, const char *language);
 
 }  // namespace demo

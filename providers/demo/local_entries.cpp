@@ -18,29 +18,29 @@ namespace {
 
 constexpr unsigned char kKeysOnly = 1;
 
-// The class an entry serves: className, else the class of path.
-demo::Outcome classOf(const char *className, const CMPIObjectPath *path,
+// The class an entry serves: class_name, else the class of path.
+demo::Outcome class_of(const char *class_name, const CMPIObjectPath *path,
                       const demo::ClassDef **cls) {
-  if (className == nullptr || className[0] == '\0') return demo::classOfPath(path, cls);
-  *cls = demo::findClass(className);
+  if (class_name == nullptr || class_name[0] == '\0') return demo::class_of_path(path, cls);
+  *cls = demo::find_class(class_name);
   if (*cls == nullptr) {
     return demo::failure(CMPI_RC_ERR_INVALID_CLASS,
-                         std::string("class '") + className + "' is not served by this provider");
+                         std::string("class '") + class_name + "' is not served by this provider");
   }
-  return demo::checkNameSpace(path, **cls);
+  return demo::check_name_space(path, **cls);
 }
 
 }  // namespace
 
 extern "C" CMPI_EXPORT CMPIStatus
 ReturnGetInstance(const CMPIBroker *broker, const CMPIContext *ctx, const CMPIResult *result,
-                  const CMPIObjectPath *path, const char **properties, const char *className) {
+                  const CMPIObjectPath *path, const char **properties, const char *class_name) {
   (void)ctx;
   return demo::serve(broker, [&] {
     const demo::ClassDef *cls = nullptr;
-    demo::Outcome outcome = classOf(className, path, &cls);
+    demo::Outcome outcome = class_of(class_name, path, &cls);
     if (!outcome.ok()) return outcome;
-    return demo::getInstance(broker, result, path, properties);
+    return demo::get_instance(broker, result, path, properties);
   });
 }
 
@@ -48,15 +48,15 @@ extern "C" CMPI_EXPORT CMPIStatus ReturnEnumerateData(const CMPIBroker *broker,
                                                       const CMPIContext *ctx,
                                                       const CMPIObjectPath *path,
                                                       const CMPIResult *result, CMPIStatus *status,
-                                                      unsigned char flag, const char *className) {
+                                                      unsigned char flag, const char *class_name) {
   (void)ctx;
   const CMPIStatus returned = demo::serve(broker, [&] {
     const demo::ClassDef *cls = nullptr;
-    demo::Outcome outcome = classOf(className, path, &cls);
+    demo::Outcome outcome = class_of(class_name, path, &cls);
     if (!outcome.ok()) return outcome;
     static const char *const kNone[] = {nullptr};
     const char **properties = (flag & kKeysOnly) != 0 ? const_cast<const char **>(kNone) : nullptr;
-    return demo::enumerateInstances(broker, result, *cls, properties);
+    return demo::enumerate_instances(broker, result, *cls, properties);
   });
   if (status != nullptr) {
     status->rc = returned.rc;

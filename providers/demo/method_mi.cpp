@@ -30,7 +30,7 @@ constexpr CMPIUint32 kDone = 0;
 constexpr CMPIUint32 kOutOfRange = 1;
 
 // The DesiredSpeed argument as a uint32.
-demo::Outcome desiredSpeed(const CMPIArgs *in, CMPIUint32 *speed) {
+demo::Outcome desired_speed(const CMPIArgs *in, CMPIUint32 *speed) {
   const char *missing = "argument 'DesiredSpeed' (uint32) is missing";
   if (in == nullptr) return demo::failure(CMPI_RC_ERR_INVALID_PARAMETER, missing);
   const CMPIData data = CMGetArg(in, "DesiredSpeed", nullptr);
@@ -38,49 +38,49 @@ demo::Outcome desiredSpeed(const CMPIArgs *in, CMPIUint32 *speed) {
   const CMPIValueState state = data.state;
   const CMPIValue value = data.value;
   if ((state & (CMPI_nullValue | CMPI_notFound)) != 0) {
-    demo::releaseData(data);
+    demo::release_data(data);
     return demo::failure(CMPI_RC_ERR_INVALID_PARAMETER, missing);
   }
   std::string text;
-  const CMPIrc rc = demo::encodeValue(broker_, CMPI_uint32, type, &value, &text);
-  demo::releaseData(data);
+  const CMPIrc rc = demo::encode_value(broker_, CMPI_uint32, type, &value, &text);
+  demo::release_data(data);
   if (rc != CMPI_RC_OK) {
     return demo::failure(
         CMPI_RC_ERR_INVALID_PARAMETER,
-        "argument 'DesiredSpeed' must be a uint32, not " + demo::withArticle(demo::typeName(type)));
+        "argument 'DesiredSpeed' must be a uint32, not " + demo::with_article(demo::type_name(type)));
   }
   *speed = static_cast<CMPIUint32>(std::strtoul(text.c_str(), nullptr, 10));
   return demo::success();
 }
 
 // A stored unsigned number, or nullopt when it is null.
-std::optional<unsigned long long> storedNumber(const demo::StoredInstance &fan, const char *name) {
+std::optional<unsigned long long> stored_number(const demo::StoredInstance &fan, const char *name) {
   const demo::StoredProperty *property = fan.find(name);
   if (property == nullptr || !property->text) return std::nullopt;
   return std::strtoull(property->text->c_str(), nullptr, 10);
 }
 
-void appendHistory(demo::StoredProperty *history, CMPIUint32 speed) {
+void append_history(demo::StoredProperty *history, CMPIUint32 speed) {
   std::vector<std::optional<std::string>> fields;
-  if (history->text) demo::splitFields(*history->text, &fields);
+  if (history->text) demo::split_fields(*history->text, &fields);
   fields.emplace_back(std::to_string(speed));
   const size_t first = fields.size() > kHistoryLength ? fields.size() - kHistoryLength : 0;
   std::string text;
   for (size_t i = first; i < fields.size(); ++i) {
     if (fields[i])
-      demo::appendField(&text, *fields[i]);
+      demo::append_field(&text, *fields[i]);
     else
-      demo::appendNullField(&text);
+      demo::append_null_field(&text);
   }
   history->text = text;
 }
 
-demo::Outcome setSpeed(const CMPIResult *rslt, const CMPIObjectPath *op, const demo::ClassDef &cls,
+demo::Outcome set_speed(const CMPIResult *rslt, const CMPIObjectPath *op, const demo::ClassDef &cls,
                        const CMPIArgs *in, CMPIArgs *out) {
   std::string key;
   CMPIUint32 desired = 0;
-  demo::Outcome outcome = demo::keyTextOfPath(broker_, cls, op, &key);
-  if (outcome.ok()) outcome = desiredSpeed(in, &desired);
+  demo::Outcome outcome = demo::key_text_of_path(broker_, cls, op, &key);
+  if (outcome.ok()) outcome = desired_speed(in, &desired);
   demo::StateStore store;
   if (outcome.ok()) outcome = store.open(broker_);
   if (outcome.ok()) outcome = store.begin();
@@ -92,15 +92,15 @@ demo::Outcome setSpeed(const CMPIResult *rslt, const CMPIObjectPath *op, const d
         demo::failure(CMPI_RC_ERR_NOT_FOUND, std::string(cls.name) + " " + key + " does not exist");
   }
   if (!outcome.ok()) return outcome;
-  const CMPIUint32 previous = static_cast<CMPIUint32>(storedNumber(fan, "Speed").value_or(0));
-  const std::optional<unsigned long long> maxSpeed = storedNumber(fan, "MaxSpeed");
+  const CMPIUint32 previous = static_cast<CMPIUint32>(stored_number(fan, "Speed").value_or(0));
+  const std::optional<unsigned long long> max_speed = stored_number(fan, "MaxSpeed");
   CMPIUint32 returned = kDone;
-  if (maxSpeed && desired > *maxSpeed) {
+  if (max_speed && desired > *max_speed) {
     returned = kOutOfRange;
   } else {
     fan.find("Speed")->text = std::to_string(desired);
     fan.find("DesiredSpeed")->text = std::to_string(desired);
-    appendHistory(fan.find("SpeedHistory"), desired);
+    append_history(fan.find("SpeedHistory"), desired);
     outcome = store.update(cls, fan);
   }
   if (outcome.ok()) outcome = store.commit();
@@ -122,14 +122,14 @@ static CMPIStatus DemoInvokeMethod(CMPIMethodMI *, const CMPIContext *, const CM
                                    CMPIArgs *out) {
   return demo::serve(broker_, [&] {
     const demo::ClassDef *cls = nullptr;
-    demo::Outcome outcome = demo::classOfPath(op, &cls);
+    demo::Outcome outcome = demo::class_of_path(op, &cls);
     if (!outcome.ok()) return outcome;
-    if (!demo::sameName(cls->name, demo::kFanClass) || !demo::sameName(method, kSetSpeed)) {
+    if (!demo::same_name(cls->name, demo::kFanClass) || !demo::same_name(method, kSetSpeed)) {
       return demo::failure(CMPI_RC_ERR_METHOD_NOT_FOUND,
                            std::string("class ") + cls->name + " has no method '" +
                                (method != nullptr ? method : "") + "'");
     }
-    return setSpeed(rslt, op, *cls, in, out);
+    return set_speed(rslt, op, *cls, in, out);
   });
 }
 

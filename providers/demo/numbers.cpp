@@ -12,7 +12,7 @@ namespace demo {
 
 namespace {
 
-bool isReal(CMPIType type) { return type == CMPI_real32 || type == CMPI_real64; }
+bool is_real(CMPIType type) { return type == CMPI_real32 || type == CMPI_real64; }
 
 std::string format(const char *pattern, ...) __attribute__((format(printf, 1, 2)));
 std::string format(const char *pattern, ...) {
@@ -26,7 +26,7 @@ std::string format(const char *pattern, ...) {
 
 }  // namespace
 
-bool readNumber(CMPIType type, const CMPIValue *value, Number *n) {
+bool read_number(CMPIType type, const CMPIValue *value, Number *n) {
   switch (type) {
     case CMPI_uint8:
       n->kind = Number::kUnsigned;
@@ -74,7 +74,7 @@ bool readNumber(CMPIType type, const CMPIValue *value, Number *n) {
 }
 
 // The range of an integer type.
-void integerRange(CMPIType type, long long *min, unsigned long long *max) {
+void integer_range(CMPIType type, long long *min, unsigned long long *max) {
   switch (type) {
     case CMPI_uint8:
       *min = 0;
@@ -111,8 +111,8 @@ void integerRange(CMPIType type, long long *min, unsigned long long *max) {
   }
 }
 
-CMPIrc numberText(CMPIType target, Number n, std::string *text) {
-  if (isReal(target)) {
+CMPIrc number_text(CMPIType target, Number n, std::string *text) {
+  if (is_real(target)) {
     double d = n.kind == Number::kReal       ? n.r
                : n.kind == Number::kUnsigned ? static_cast<double>(n.u)
                                              : static_cast<double>(n.s);
@@ -135,7 +135,7 @@ CMPIrc numberText(CMPIType target, Number n, std::string *text) {
   }
   long long min = 0;
   unsigned long long max = 0;
-  integerRange(target, &min, &max);
+  integer_range(target, &min, &max);
   if (n.kind == Number::kSigned && n.s < 0) {
     if (n.s < min) return CMPI_RC_ERR_TYPE_MISMATCH;
     *text = format("%lld", n.s);
@@ -148,7 +148,7 @@ CMPIrc numberText(CMPIType target, Number n, std::string *text) {
   return CMPI_RC_OK;
 }
 
-bool readUnsigned(const std::string &text, unsigned long long max, unsigned long long *out) {
+bool read_unsigned(const std::string &text, unsigned long long max, unsigned long long *out) {
   if (text.empty() || text[0] == '-') return false;
   errno = 0;
   char *end = nullptr;
@@ -158,7 +158,7 @@ bool readUnsigned(const std::string &text, unsigned long long max, unsigned long
   return true;
 }
 
-bool readSigned(const std::string &text, long long min, long long max, long long *out) {
+bool read_signed(const std::string &text, long long min, long long max, long long *out) {
   if (text.empty()) return false;
   errno = 0;
   char *end = nullptr;
@@ -168,18 +168,25 @@ bool readSigned(const std::string &text, long long min, long long max, long long
   return true;
 }
 
-bool readReal(const std::string &text, double *out) {
+namespace {
+
+// The whole text as a real number of type Real, read by parse (strtod, strtof or strtold).
+template <typename Real>
+bool read_whole_real(const std::string &text, Real (*parse)(const char *, char **), Real *out) {
   if (text.empty()) return false;
   char *end = nullptr;
-  *out = strtod(text.c_str(), &end);
+  *out = parse(text.c_str(), &end);
   return *end == '\0';
 }
 
-bool readReal32(const std::string &text, float *out) {
-  if (text.empty()) return false;
-  char *end = nullptr;
-  *out = strtof(text.c_str(), &end);
-  return *end == '\0';
+}  // namespace
+
+bool read_real(const std::string &text, double *out) { return read_whole_real(text, strtod, out); }
+
+bool read_real32(const std::string &text, float *out) { return read_whole_real(text, strtof, out); }
+
+bool read_long_real(const std::string &text, long double *out) {
+  return read_whole_real(text, strtold, out);
 }
 
 }  // namespace demo

@@ -5,7 +5,7 @@
 
 namespace demo {
 
-CMPIStatus statusOf(const CMPIBroker *broker, const Outcome &outcome) {
+CMPIStatus status_of(const CMPIBroker *broker, const Outcome &outcome) {
   CMPIStatus status = {outcome.rc, nullptr};
   if (!outcome.ok() && broker != nullptr)
     status.msg = CMNewString(broker, outcome.message.c_str(), nullptr);

@@ -22,7 +22,7 @@ inline Outcome failure(CMPIrc rc, std::string message) { return Outcome{rc, std:
 
 // The status an MI function returns: no message on success, else the message as a string made
 // by broker (the caller of the MI function owns and releases it).
-CMPIStatus statusOf(const CMPIBroker *broker, const Outcome &outcome);
+CMPIStatus status_of(const CMPIBroker *broker, const Outcome &outcome);
 
 }  // namespace demo
 

@@ -4,11 +4,12 @@
 #include <cmpimacs.h>
 
 #include <cctype>
-#include <cstdlib>
+#include <climits>
 #include <cstring>
 
 #include "codec.h"
 #include "instance_model.h"
+#include "numbers.h"
 
 namespace demo {
 
@@ -44,11 +45,11 @@ class Tokenizer {
       ++text_;
       return true;
     }
-    if (c == '\'' || c == '"') return readString(token);
+    if (c == '\'' || c == '"') return read_string(token);
     if (std::isdigit(static_cast<unsigned char>(c)) || c == '.' ||
         ((c == '-' || c == '+') &&
          (std::isdigit(static_cast<unsigned char>(text_[1])) || text_[1] == '.')))
-      return readNumber(token);
+      return read_number(token);
     for (const char *op : {"<=", ">=", "<>", "!=", "=", "<", ">"}) {
       const size_t length = std::strlen(op);
       if (std::strncmp(text_, op, length) == 0) {
@@ -62,7 +63,7 @@ class Tokenizer {
   }
 
  private:
-  bool readString(Token *token) {
+  bool read_string(Token *token) {
     const char quote = *text_++;
     token->kind = Token::kString;
     for (;;) {
@@ -78,7 +79,7 @@ class Tokenizer {
     }
   }
 
-  bool readNumber(Token *token) {
+  bool read_number(Token *token) {
     token->kind = Token::kNumber;
     if (*text_ == '-' || *text_ == '+') token->text.push_back(*text_++);
     while (std::isdigit(static_cast<unsigned char>(*text_)) || *text_ == '.' || *text_ == 'e' ||
@@ -93,52 +94,50 @@ class Tokenizer {
 
 Outcome invalid(const std::string &message) { return failure(CMPI_RC_ERR_INVALID_QUERY, message); }
 
-bool isKeyword(const Token &token, const char *keyword) {
-  return token.kind == Token::kName && sameName(token.text.c_str(), keyword);
+bool is_keyword(const Token &token, const char *keyword) {
+  return token.kind == Token::kName && same_name(token.text.c_str(), keyword);
 }
 
-// A number token as an integer or real literal.
-bool readNumberLiteral(const std::string &text, Literal *literal) {
-  size_t i = 0;
-  bool negative = false;
-  if (text[i] == '-' || text[i] == '+') negative = text[i++] == '-';
-  bool integer = i < text.size();
-  __int128 value = 0;
-  for (size_t j = i; j < text.size() && integer; ++j) {
-    if (!std::isdigit(static_cast<unsigned char>(text[j])) ||
-        value > (static_cast<__int128>(1) << 100))
-      integer = false;
-    else
-      value = value * 10 + (text[j] - '0');
+// A number token as an integer or real literal, read with the provider's number readers: an
+// integer when the whole text is one within the 64-bit range (signed for a minus sign, else
+// unsigned), a real number otherwise. The real value is kept for both kinds.
+bool read_number_literal(const std::string &text, Literal *literal) {
+  long double real = 0;
+  if (!read_long_real(text, &real)) return false;
+  long long negative = 0;
+  unsigned long long positive = 0;
+  if (text[0] == '-' && read_signed(text, LLONG_MIN, LLONG_MAX, &negative)) {
+    literal->kind = Literal::kInteger;
+    literal->integer = negative;
+  } else if (text[0] != '-' && read_unsigned(text, ULLONG_MAX, &positive)) {
+    literal->kind = Literal::kInteger;
+    literal->integer = positive;
+  } else {
+    literal->kind = Literal::kReal;
   }
-  char *end = nullptr;
-  const long double real = strtold(text.c_str(), &end);
-  if (end == text.c_str() || *end != '\0') return false;
-  literal->kind = integer ? Literal::kInteger : Literal::kReal;
-  literal->integer = negative ? -value : value;
   literal->real = real;
   return true;
 }
 
-bool readLiteral(const Token &token, Literal *literal) {
+bool read_literal(const Token &token, Literal *literal) {
   switch (token.kind) {
     case Token::kString:
       literal->kind = Literal::kString;
       literal->text = token.text;
       return true;
     case Token::kNumber:
-      return readNumberLiteral(token.text, literal);
+      return read_number_literal(token.text, literal);
     case Token::kName:
-      if (!isKeyword(token, "TRUE") && !isKeyword(token, "FALSE")) return false;
+      if (!is_keyword(token, "TRUE") && !is_keyword(token, "FALSE")) return false;
       literal->kind = Literal::kBoolean;
-      literal->boolean = isKeyword(token, "TRUE");
+      literal->boolean = is_keyword(token, "TRUE");
       return true;
     default:
       return false;
   }
 }
 
-bool readComparison(const std::string &text, Comparison *comparison) {
+bool read_comparison(const std::string &text, Comparison *comparison) {
   if (text == "=")
     *comparison = Comparison::kEqual;
   else if (text == "!=" || text == "<>")
@@ -156,7 +155,7 @@ bool readComparison(const std::string &text, Comparison *comparison) {
   return true;
 }
 
-bool isInteger(CMPIType type) {
+bool is_integer(CMPIType type) {
   switch (type) {
     case CMPI_uint8:
     case CMPI_uint16:
@@ -172,10 +171,10 @@ bool isInteger(CMPIType type) {
   }
 }
 
-bool isNumber(Literal::Kind kind) { return kind == Literal::kInteger || kind == Literal::kReal; }
+bool is_number(Literal::Kind kind) { return kind == Literal::kInteger || kind == Literal::kReal; }
 
 bool comparable(CMPIType type, const Literal &literal) {
-  if (isInteger(type) || type == CMPI_real32 || type == CMPI_real64) return isNumber(literal.kind);
+  if (is_integer(type) || type == CMPI_real32 || type == CMPI_real64) return is_number(literal.kind);
   switch (type) {
     case CMPI_boolean:
       return literal.kind == Literal::kBoolean;
@@ -190,7 +189,7 @@ bool comparable(CMPIType type, const Literal &literal) {
   }
 }
 
-const char *literalKindName(Literal::Kind kind) {
+const char *literal_kind_name(Literal::Kind kind) {
   switch (kind) {
     case Literal::kString:
       return "a string";
@@ -208,7 +207,7 @@ int order(const T &a, const T &b) {
   return a < b ? -1 : (b < a ? 1 : 0);
 }
 
-__int128 integerOf(CMPIType type, const CMPIValue &value) {
+__int128 integer_of(CMPIType type, const CMPIValue &value) {
   switch (type) {
     case CMPI_uint8:
       return value.uint8;
@@ -230,9 +229,9 @@ __int128 integerOf(CMPIType type, const CMPIValue &value) {
 }
 
 // The order of a (non-null) property value and the literal: -1, 0 or 1.
-int compareWith(CMPIType type, const CMPIValue &value, const Literal &literal) {
-  if (isInteger(type)) {
-    const __int128 number = integerOf(type, value);
+int compare_with(CMPIType type, const CMPIValue &value, const Literal &literal) {
+  if (is_integer(type)) {
+    const __int128 number = integer_of(type, value);
     if (literal.kind == Literal::kInteger) return order(number, literal.integer);
     return order(static_cast<long double>(number), literal.real);
   }
@@ -282,77 +281,77 @@ bool holds(Comparison comparison, int order) {
 
 }  // namespace
 
-bool isSupportedLanguage(const char *language) {
+bool is_supported_language(const char *language) {
   if (language == nullptr || language[0] == '\0') return true;
   for (const char *known : {"WQL", "CQL", "DMTF:CQL", "CIM:CQL"}) {
-    if (sameName(language, known)) return true;
+    if (same_name(language, known)) return true;
   }
   return false;
 }
 
-Outcome parseQuery(const char *text, Query *query) {
+Outcome parse_query(const char *text, Query *query) {
   if (text == nullptr) return invalid("no query given");
   *query = Query();
   Tokenizer tokens(text);
   Token token;
   const auto next = [&]() { return tokens.next(&token); };
   const std::string unsupported = std::string("unsupported query: ") + text;
-  if (!next() || !isKeyword(token, "SELECT") || !next()) return invalid(unsupported);
+  if (!next() || !is_keyword(token, "SELECT") || !next()) return invalid(unsupported);
   if (token.kind == Token::kStar) {
     if (!next()) return invalid(unsupported);
   } else {
     for (;;) {
-      if (token.kind != Token::kName || isKeyword(token, "FROM")) return invalid(unsupported);
+      if (token.kind != Token::kName || is_keyword(token, "FROM")) return invalid(unsupported);
       query->properties.push_back(token.text);
       if (!next()) return invalid(unsupported);
       if (token.kind != Token::kComma) break;
       if (!next()) return invalid(unsupported);
     }
   }
-  if (!isKeyword(token, "FROM") || !next() || token.kind != Token::kName)
+  if (!is_keyword(token, "FROM") || !next() || token.kind != Token::kName)
     return invalid(unsupported);
-  query->className = token.text;
+  query->class_name = token.text;
   if (!next()) return invalid(unsupported);
   if (token.kind == Token::kEnd) return success();
-  if (!isKeyword(token, "WHERE") || !next() || token.kind != Token::kName)
+  if (!is_keyword(token, "WHERE") || !next() || token.kind != Token::kName)
     return invalid(unsupported);
-  query->hasCondition = true;
+  query->has_condition = true;
   query->property = token.text;
   if (!next() || token.kind != Token::kOperator ||
-      !readComparison(token.text, &query->comparison) || !next() ||
-      !readLiteral(token, &query->literal) || !next() || token.kind != Token::kEnd)
+      !read_comparison(token.text, &query->comparison) || !next() ||
+      !read_literal(token, &query->literal) || !next() || token.kind != Token::kEnd)
     return invalid(unsupported);
   return success();
 }
 
-Outcome checkQuery(const ClassDef &cls, const Query &query) {
+Outcome check_query(const ClassDef &cls, const Query &query) {
   for (const std::string &name : query.properties) {
-    if (findProperty(cls, name.c_str()) == nullptr)
+    if (find_property(cls, name.c_str()) == nullptr)
       return invalid(std::string("class ") + cls.name + " has no property '" + name + "'");
   }
-  if (!query.hasCondition) return success();
-  const PropertyDef *def = findProperty(cls, query.property.c_str());
+  if (!query.has_condition) return success();
+  const PropertyDef *def = find_property(cls, query.property.c_str());
   if (def == nullptr) {
     return invalid(std::string("class ") + cls.name + " has no property '" + query.property + "'");
   }
   if (!comparable(def->type, query.literal)) {
     return invalid(std::string("property '") + def->name + "' is " +
-                   withArticle(typeName(def->type)) + " and cannot be compared with " +
-                   literalKindName(query.literal.kind));
+                   with_article(type_name(def->type)) + " and cannot be compared with " +
+                   literal_kind_name(query.literal.kind));
   }
   return success();
 }
 
 bool matches(const Query &query, const CMPIInstance *inst) {
-  if (!query.hasCondition) return true;
+  if (!query.has_condition) return true;
   const CMPIData data = CMGetProperty(inst, query.property.c_str(), nullptr);
   const CMPIType type = data.type;
   const CMPIValueState state = data.state;
   const CMPIValue value = data.value;
   bool result = false;
   if ((state & (CMPI_nullValue | CMPI_notFound)) == 0)
-    result = holds(query.comparison, compareWith(type, value, query.literal));
-  releaseData(data);
+    result = holds(query.comparison, compare_with(type, value, query.literal));
+  release_data(data);
   return result;
 }
 

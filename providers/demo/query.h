@@ -1,4 +1,4 @@
-// query.h - the queries execQuery understands:
+// query.h - the queries exec_query understands:
 //
 //   SELECT * FROM <class>
 //   SELECT <property>[, <property>...] FROM <class>
@@ -37,22 +37,22 @@ struct Literal {
 };
 
 struct Query {
-  std::string className;
+  std::string class_name;
   std::vector<std::string> properties;  // empty: "*"
-  bool hasCondition = false;
+  bool has_condition = false;
   std::string property;
   Comparison comparison = Comparison::kEqual;
   Literal literal;
 };
 
-bool isSupportedLanguage(const char *language);
+bool is_supported_language(const char *language);
 
 // Reads query text; anything else than the forms above gives CMPI_RC_ERR_INVALID_QUERY.
-Outcome parseQuery(const char *text, Query *query);
+Outcome parse_query(const char *text, Query *query);
 
 // Checks the query against its class: the properties exist and the condition compares a
 // property with a literal of a kind it can be compared with (else CMPI_RC_ERR_INVALID_QUERY).
-Outcome checkQuery(const ClassDef &cls, const Query &query);
+Outcome check_query(const ClassDef &cls, const Query &query);
 
 // Whether inst satisfies the query's condition (true when it has none).
 bool matches(const Query &query, const CMPIInstance *inst);

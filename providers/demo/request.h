@@ -17,11 +17,11 @@ namespace demo {
 template <typename Work>
 CMPIStatus serve(const CMPIBroker *broker, Work &&work) {
   try {
-    return statusOf(broker, work());
+    return status_of(broker, work());
   } catch (const std::exception &e) {
-    return statusOf(broker, failure(CMPI_RC_ERR_FAILED, std::string("demo provider: ") + e.what()));
+    return status_of(broker, failure(CMPI_RC_ERR_FAILED, std::string("demo provider: ") + e.what()));
   } catch (...) {
-    return statusOf(broker, failure(CMPI_RC_ERR_FAILED, "demo provider: unexpected failure"));
+    return status_of(broker, failure(CMPI_RC_ERR_FAILED, "demo provider: unexpected failure"));
   }
 }
 

@@ -13,32 +13,32 @@ namespace demo {
 
 namespace {
 
-std::string directoryOf(const std::string &path) {
+std::string directory_of(const std::string &path) {
   const size_t slash = path.rfind('/');
   if (slash == std::string::npos) return ".";
   if (slash == 0) return "/";
   return path.substr(0, slash);
 }
 
-bool trustedOwner(uid_t owner) { return owner == 0 || owner == geteuid(); }
+bool trusted_owner(uid_t owner) { return owner == 0 || owner == geteuid(); }
 
 std::string owners() { return "neither root nor uid " + std::to_string(geteuid()); }
 
-bool deniedErrno(int error) { return error == EACCES || error == EPERM || error == EROFS; }
+bool denied_errno(int error) { return error == EACCES || error == EPERM || error == EROFS; }
 
-Outcome checkDirectory(const std::string &path) {
-  const std::string dir = directoryOf(path);
+Outcome check_directory(const std::string &path) {
+  const std::string dir = directory_of(path);
   if (dir != "/" && dir != ".") mkdir(dir.c_str(), 0755);  // one level; the checks below decide
   struct stat st;
   if (stat(dir.c_str(), &st) != 0) {
     // The words SQLite uses for a file it cannot open.
     return failure(
-        deniedErrno(errno) ? CMPI_RC_ERR_ACCESS_DENIED : CMPI_RC_ERR_FAILED,
+        denied_errno(errno) ? CMPI_RC_ERR_ACCESS_DENIED : CMPI_RC_ERR_FAILED,
         "the demo state " + path + " cannot be opened: " + sqlite3_errstr(SQLITE_CANTOPEN));
   }
   if (!S_ISDIR(st.st_mode))
     return failure(CMPI_RC_ERR_FAILED, "the demo state directory " + dir + " is not a directory");
-  if (!trustedOwner(st.st_uid)) {
+  if (!trusted_owner(st.st_uid)) {
     return failure(CMPI_RC_ERR_FAILED, "the demo state directory " + dir + " belongs to uid " +
                                            std::to_string(st.st_uid) + ", " + owners() +
                                            "; the state is not kept there");
@@ -52,11 +52,11 @@ Outcome checkDirectory(const std::string &path) {
 
 // Opens the file without following a link: for writing if allowed, else for reading; creates
 // it when it is missing. -1 with errno on failure.
-int openFile(const std::string &path) {
+int open_file(const std::string &path) {
   constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   for (int attempt = 0; attempt < 2; ++attempt) {
     int fd = ::open(path.c_str(), O_RDWR | kFlags);
-    if (fd < 0 && deniedErrno(errno)) fd = ::open(path.c_str(), O_RDONLY | kFlags);
+    if (fd < 0 && denied_errno(errno)) fd = ::open(path.c_str(), O_RDONLY | kFlags);
     if (fd >= 0 || errno != ENOENT) return fd;
     fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | kFlags, 0644);
     if (fd >= 0) {
@@ -80,16 +80,16 @@ void StateFile::close() {
 
 Outcome StateFile::open(const std::string &path) {
   close();
-  Outcome outcome = checkDirectory(path);
+  Outcome outcome = check_directory(path);
   if (!outcome.ok()) return outcome;
-  const int fd = openFile(path);
+  const int fd = open_file(path);
   if (fd < 0) {
     const int error = errno;
     if (error == ELOOP) {
       return failure(CMPI_RC_ERR_FAILED,
                      "the demo state " + path + " is a symbolic link; it is not followed");
     }
-    return failure(deniedErrno(error) ? CMPI_RC_ERR_ACCESS_DENIED : CMPI_RC_ERR_FAILED,
+    return failure(denied_errno(error) ? CMPI_RC_ERR_ACCESS_DENIED : CMPI_RC_ERR_FAILED,
                    "the demo state " + path + " cannot be opened: " + std::strerror(error));
   }
   fd_ = fd;
@@ -100,7 +100,7 @@ Outcome StateFile::open(const std::string &path) {
   } else if (!S_ISREG(st.st_mode)) {
     outcome = failure(CMPI_RC_ERR_FAILED,
                       "the demo state " + path + " is not a regular file; it is not used");
-  } else if (!trustedOwner(st.st_uid)) {
+  } else if (!trusted_owner(st.st_uid)) {
     outcome = failure(CMPI_RC_ERR_FAILED, "the demo state " + path + " belongs to uid " +
                                               std::to_string(st.st_uid) + ", " + owners() +
                                               "; it is not used");
@@ -118,7 +118,7 @@ Outcome StateFile::open(const std::string &path) {
   return success();
 }
 
-Outcome StateFile::sameFile(const std::string &path) const {
+Outcome StateFile::same_file(const std::string &path) const {
   struct stat st;
   if (fd_ < 0 || lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_dev != device_ ||
       st.st_ino != inode_) {

@@ -13,7 +13,7 @@
 //   - a missing file is created here (O_CREAT|O_EXCL|O_NOFOLLOW, mode 0644 whatever the umask),
 //     by whoever may write the directory: the one who sets the demo up (root) before the host
 //     serves anyone. SQLite itself is never allowed to create it.
-// SQLite then opens the path (with SQLITE_OPEN_NOFOLLOW), and sameFile() makes sure the name
+// SQLite then opens the path (with SQLITE_OPEN_NOFOLLOW), and same_file() makes sure the name
 // still leads to the inode checked here. The directory rule is what makes this sound: only root
 // and the provider's own user can change what the name points at in between. (SQLite cannot be
 // handed the checked descriptor, and a "/proc/self/fd/N" name would put its journal in /proc.)
@@ -43,7 +43,7 @@ class StateFile {
   Outcome open(const std::string &path);
 
   // Whether path still names the file that open() checked.
-  Outcome sameFile(const std::string &path) const;
+  Outcome same_file(const std::string &path) const;
 
   // Lets the checked file go. Do this before SQLite takes its first lock: closing any
   // descriptor of a file drops the process's POSIX locks on it.

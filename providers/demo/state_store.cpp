@@ -49,11 +49,11 @@ class Statement {
     sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
   }
   void bind(int index, int number) { sqlite3_bind_int(stmt_, index, number); }
-  void bindNull(int index) { sqlite3_bind_null(stmt_, index); }
+  void bind_null(int index) { sqlite3_bind_null(stmt_, index); }
 
   int step() { return sqlite3_step(stmt_); }
 
-  bool isNull(int column) const { return sqlite3_column_type(stmt_, column) == SQLITE_NULL; }
+  bool is_null(int column) const { return sqlite3_column_type(stmt_, column) == SQLITE_NULL; }
   std::string text(int column) const {
     const unsigned char *chars = sqlite3_column_text(stmt_, column);
     if (chars == nullptr) return std::string();
@@ -72,7 +72,7 @@ StoredInstance assemble(const ClassDef &cls, const std::string &key,
   StoredInstance instance;
   instance.key = key;
   for (const PropertyDef &def : cls) {
-    if (def.isComputed()) continue;
+    if (def.is_computed()) continue;
     StoredProperty property;
     property.name = def.name;
     property.type = def.type;
@@ -132,7 +132,7 @@ Outcome StateStore::open(const CMPIBroker *broker) {
     db_ = nullptr;
     return outcome;
   }
-  opened = checked.sameFile(file);
+  opened = checked.same_file(file);
   checked.close();  // before SQLite takes any lock
   if (!opened.ok()) {
     sqlite3_close(db_);
@@ -145,7 +145,7 @@ Outcome StateStore::open(const CMPIBroker *broker) {
   Outcome outcome = begin();
   if (outcome.ok()) outcome = execute(kCreateTables);
   if (outcome.ok() && !seeded()) {
-    outcome = seedInitialState(broker, *this);
+    outcome = seed_initial_state(broker, *this);
     if (outcome.ok())
       outcome = execute("INSERT INTO DemoState (Name, Value) VALUES ('version', '1')");
   }
@@ -183,16 +183,16 @@ Outcome StateStore::list(const ClassDef &cls, std::vector<StoredInstance> *insta
   bool any = false;
   int rc = SQLITE_ROW;
   while ((rc = query.step()) == SQLITE_ROW) {
-    const std::string rowKey = query.text(0);
-    if (any && rowKey != key) {
+    const std::string row_key = query.text(0);
+    if (any && row_key != key) {
       instances->push_back(assemble(cls, key, values));
       values.clear();
     }
     any = true;
-    key = rowKey;
-    if (query.isNull(1)) continue;  // an instance without property rows
+    key = row_key;
+    if (query.is_null(1)) continue;  // an instance without property rows
     std::optional<std::string> value;
-    if (!query.isNull(2)) value = query.text(2);
+    if (!query.is_null(2)) value = query.text(2);
     values[query.text(1)] = std::move(value);
   }
   if (rc != SQLITE_DONE) return error("the demo state cannot be read");
@@ -219,7 +219,7 @@ Outcome StateStore::find(const ClassDef &cls, const std::string &key, StoredInst
   int step = SQLITE_ROW;
   while ((step = query.step()) == SQLITE_ROW) {
     std::optional<std::string> value;
-    if (!query.isNull(1)) value = query.text(1);
+    if (!query.is_null(1)) value = query.text(1);
     values[query.text(0)] = std::move(value);
   }
   if (step != SQLITE_DONE) return error("the demo state cannot be read");
@@ -228,7 +228,7 @@ Outcome StateStore::find(const ClassDef &cls, const std::string &key, StoredInst
   return success();
 }
 
-Outcome StateStore::writeProperties(const ClassDef &cls, const StoredInstance &instance) {
+Outcome StateStore::write_properties(const ClassDef &cls, const StoredInstance &instance) {
   for (const StoredProperty &property : instance.properties) {
     Statement insert(db_,
                      "INSERT OR REPLACE INTO DemoProperty"
@@ -241,7 +241,7 @@ Outcome StateStore::writeProperties(const ClassDef &cls, const StoredInstance &i
     if (property.text)
       insert.bind(5, *property.text);
     else
-      insert.bindNull(5);
+      insert.bind_null(5);
     if (insert.step() != SQLITE_DONE) return error("the demo state cannot be changed");
   }
   return success();
@@ -260,7 +260,7 @@ Outcome StateStore::insert(const ClassDef &cls, const StoredInstance &instance) 
                    std::string(cls.name) + " " + instance.key + " already exists");
   }
   if (rc != SQLITE_DONE) return error("the demo state cannot be changed");
-  return writeProperties(cls, instance);
+  return write_properties(cls, instance);
 }
 
 Outcome StateStore::update(const ClassDef &cls, const StoredInstance &instance) {
@@ -279,7 +279,7 @@ Outcome StateStore::update(const ClassDef &cls, const StoredInstance &instance) 
   clear.bind(1, std::string(cls.name));
   clear.bind(2, instance.key);
   if (clear.step() != SQLITE_DONE) return error("the demo state cannot be changed");
-  return writeProperties(cls, instance);
+  return write_properties(cls, instance);
 }
 
 Outcome StateStore::remove(const ClassDef &cls, const std::string &key) {

@@ -67,7 +67,7 @@ class StateStore {
   Outcome execute(const char *sql);
   Outcome error(const char *what) const;
   bool seeded();
-  Outcome writeProperties(const ClassDef &cls, const StoredInstance &instance);
+  Outcome write_properties(const ClassDef &cls, const StoredInstance &instance);
 
   sqlite3 *db_ = nullptr;
   bool inTransaction_ = false;

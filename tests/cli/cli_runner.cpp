@@ -13,17 +13,11 @@
 #include <fstream>
 #include <sstream>
 
+#include "read_file.h"
+
 namespace clitest {
-namespace {
 
-std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-}  // namespace
+using testsupport::read_file;
 
 int occurrences(const std::string &text, const std::string &needle) {
   int n = 0;

@@ -3,6 +3,8 @@
  * invocation flags, context entry names, broker capability bits, the value union, the data
  * and status records, and the encapsulated object structures.
  *
+ * Platform: Linux with the GNU toolchain (CMPI_PLATFORM_LINUX_GENERIC_GNU) only.
+ *
  * Layout: every structure of this platform is packed to 1 byte. CMPIStatus is 12 bytes (rc,
  * then the message pointer directly after it), CMPIValue is 8 bytes (this platform carries no
  * CMPI_ptr values, so the union has no dataPtr member) and CMPIData is 12 bytes. Providers and
@@ -14,13 +16,11 @@
 #include <stddef.h>
 #include "cmpios.h"
 
-#if !defined(CMPI_PLATFORM_LINUX_GENERIC_GNU) && !defined(CMPI_PLATFORM_HPUX_ACC) && \
-    !defined(CMPI_PLATFORM_WIN32_IX86_MSVC) && !defined(CMPI_PLATFORM_SOLARIS_SPARC_GNU) && \
-    !defined(CMPI_PLATFORM_SOLARIS_SPARC_CC) && !defined(CMPI_PLATFORM_AIX_RS_IBMCXX) && \
-    !defined(CMPI_PLATFORM_ZOS_ZSERIES_IBM) && !defined(CMPI_PLATFORM_TRU64_ALPHA_DECCXX) && \
-    !defined(CMPI_PLATFORM_OS400_ISERIES_IBM) && !defined(CMPI_PLATFORM_DARWIN_PPC_GNU) && \
-    !defined(CMPI_PLATFORM_VMS_ALPHA_DECCXX) && !defined(CMPI_PLATFORM_VMS_IA64_DECCXX)
-#error "No CMPI platform defined: define exactly one CMPI_PLATFORM_* (here CMPI_PLATFORM_LINUX_GENERIC_GNU)"
+/* The one platform this library supports is Linux with the GNU toolchain; every type and layout
+ * below is that platform's. Users define CMPI_PLATFORM_LINUX_GENERIC_GNU (the CMake package and
+ * the pkg-config file do it for them). */
+#if !defined(CMPI_PLATFORM_LINUX_GENERIC_GNU)
+#error "CMPI_PLATFORM_LINUX_GENERIC_GNU is not defined: these headers support Linux with the GNU toolchain only"
 #endif
 
 /* ---- versions ------------------------------------------------------------------------------ */

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -169,10 +170,26 @@ std::string scalar(CMPIType type, const char *text) {
   return compact_text(object);
 }
 
+// One scalar: the type code, the text (NULL: none) and the value object getCMPIArgs writes.
+struct ScalarCase {
+  CMPIType type;
+  const char *text;
+  const char *json;
+};
+
+void expect_scalars(std::initializer_list<ScalarCase> cases) {
+  for (const ScalarCase &c : cases) {
+    EXPECT_EQ(scalar(c.type, c.text), c.json)
+        << "type " << c.type << ", text " << (c.text != nullptr ? c.text : "(null)");
+  }
+}
+
 TEST(GetCMPIArgs, NoTextOrTypeZeroGivesNull) {
-  EXPECT_EQ(scalar(CMPI_uint32, nullptr), R"({"Value":null})");
-  EXPECT_EQ(scalar(CMPI_string, nullptr), R"({"Value":null})");
-  EXPECT_EQ(scalar(CMPI_null, "5"), R"({"Value":null})");
+  expect_scalars({
+      {CMPI_uint32, nullptr, R"({"Value":null})"},
+      {CMPI_string, nullptr, R"({"Value":null})"},
+      {CMPI_null, "5", R"({"Value":null})"},
+  });
 }
 
 TEST(GetCMPIArgs, TheTextCodesAndDateTimesAreWrittenAsText) {
@@ -189,33 +206,39 @@ TEST(GetCMPIArgs, OtherEncapsulatedCodesWriteNothing) {
 }
 
 TEST(GetCMPIArgs, BooleanIsTrueInAnyCaseElseFalse) {
-  EXPECT_EQ(scalar(CMPI_boolean, "true"), R"({"Value":1})");
-  EXPECT_EQ(scalar(CMPI_boolean, "TRUE"), R"({"Value":1})");
-  EXPECT_EQ(scalar(CMPI_boolean, "True"), R"({"Value":1})");
-  EXPECT_EQ(scalar(CMPI_boolean, "false"), R"({"Value":0})");
-  EXPECT_EQ(scalar(CMPI_boolean, "1"), R"({"Value":0})");
-  EXPECT_EQ(scalar(CMPI_boolean, "yes"), R"({"Value":0})");
+  expect_scalars({
+      {CMPI_boolean, "true", R"({"Value":1})"},
+      {CMPI_boolean, "TRUE", R"({"Value":1})"},
+      {CMPI_boolean, "True", R"({"Value":1})"},
+      {CMPI_boolean, "false", R"({"Value":0})"},
+      {CMPI_boolean, "1", R"({"Value":0})"},
+      {CMPI_boolean, "yes", R"({"Value":0})"},
+  });
 }
 
 TEST(GetCMPIArgs, Char16WritesNothing) { EXPECT_EQ(scalar(CMPI_char16, "A"), "{}"); }
 
 TEST(GetCMPIArgs, IntegersAreUnsignedSixtyFourBitNumbers) {
-  EXPECT_EQ(scalar(CMPI_uint8, "200"), R"({"Value":200})");
-  EXPECT_EQ(scalar(CMPI_uint16, "7"), R"({"Value":7})");
-  EXPECT_EQ(scalar(CMPI_uint32, "4000000000"), R"({"Value":4000000000})");
-  EXPECT_EQ(scalar(CMPI_uint64, "9223372036854775807"), R"({"Value":9223372036854775807})");
-  EXPECT_EQ(scalar(CMPI_sint8, "-1"), R"({"Value":18446744073709551615})");
-  EXPECT_EQ(scalar(CMPI_sint16, "-300"), R"({"Value":18446744073709551316})");
-  EXPECT_EQ(scalar(CMPI_sint32, "-5"), R"({"Value":18446744073709551611})");
-  EXPECT_EQ(scalar(CMPI_sint64, "-9000000000"), R"({"Value":18446744064709551616})");
+  expect_scalars({
+      {CMPI_uint8, "200", R"({"Value":200})"},
+      {CMPI_uint16, "7", R"({"Value":7})"},
+      {CMPI_uint32, "4000000000", R"({"Value":4000000000})"},
+      {CMPI_uint64, "9223372036854775807", R"({"Value":9223372036854775807})"},
+      {CMPI_sint8, "-1", R"({"Value":18446744073709551615})"},
+      {CMPI_sint16, "-300", R"({"Value":18446744073709551316})"},
+      {CMPI_sint32, "-5", R"({"Value":18446744073709551611})"},
+      {CMPI_sint64, "-9000000000", R"({"Value":18446744064709551616})"},
+  });
 }
 
 // The text is read with the signed 64-bit conversion: an unsigned value past its range stops
 // at the largest signed value, and text that is no number reads as 0.
 TEST(GetCMPIArgs, IntegersAreReadAsSignedSixtyFourBitText) {
-  EXPECT_EQ(scalar(CMPI_uint64, "18446744073709551615"), R"({"Value":9223372036854775807})");
-  EXPECT_EQ(scalar(CMPI_uint32, "12abc"), R"({"Value":12})");
-  EXPECT_EQ(scalar(CMPI_uint32, "abc"), R"({"Value":0})");
+  expect_scalars({
+      {CMPI_uint64, "18446744073709551615", R"({"Value":9223372036854775807})"},
+      {CMPI_uint32, "12abc", R"({"Value":12})"},
+      {CMPI_uint32, "abc", R"({"Value":0})"},
+  });
 }
 
 TEST(GetCMPIArgs, BothRealsGoThroughSinglePrecision) {
@@ -233,10 +256,12 @@ TEST(GetCMPIArgs, BothRealsGoThroughSinglePrecision) {
 // The families are tested in a fixed order (encapsulated, simple, integer, real) and the first
 // that matches decides.
 TEST(GetCMPIArgs, TheFirstMatchingFamilyDecides) {
-  EXPECT_EQ(scalar(CMPI_boolean | CMPI_uint8, "true"), "{}");          // simple, but not boolean
-  EXPECT_EQ(scalar(CMPI_uint8 | CMPI_real32, "3"), R"({"Value":3})");  // integer before real
-  EXPECT_EQ(scalar(CMPI_real32 | 1, "3"), "{}");                       // real, but neither
-  EXPECT_EQ(scalar(1, "3"), "{}");                                     // no family
+  expect_scalars({
+      {CMPI_boolean | CMPI_uint8, "true", "{}"},          // simple, but not boolean
+      {CMPI_uint8 | CMPI_real32, "3", R"({"Value":3})"},  // integer before real
+      {CMPI_real32 | 1, "3", "{}"},                       // real, but neither
+      {1, "3", "{}"},                                     // no family
+  });
 }
 
 TEST(GetCMPIArgs, LogsNothing) {

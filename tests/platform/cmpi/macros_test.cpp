@@ -16,6 +16,7 @@
 
 #include <cstdarg>
 #include <cstring>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <type_traits>
@@ -459,6 +460,25 @@ class CmpiMacros : public ::testing::Test {
   }
   void Reset() { SetUp(); }
 
+  // One macro call of a table: the macro's name (for failure messages), the slot and arguments
+  // it must reach, and the call itself with the check of what the macro returns.
+  struct MacroCase {
+    const char *macro;
+    int table;
+    int slot;
+    std::vector<Arg> args;
+    std::function<void()> run;
+  };
+  // Runs each case from a clean record and checks that it made exactly its one slot call.
+  void CheckCases(const std::vector<MacroCase> &cases) {
+    for (const MacroCase &c : cases) {
+      SCOPED_TRACE(c.macro);
+      Reset();
+      c.run();
+      ExpectCall(c.table, c.slot, c.args);
+    }
+  }
+
   int handle = 1;  // any non-NULL handle
   CMPIBroker broker = {&handle, &g_bft, &g_eft, nullptr, nullptr};
   CMPIContext context = {&handle, &g_contextFT};
@@ -504,20 +524,18 @@ class CmpiMacros : public ::testing::Test {
 // ---- generic, string and data macros ----------------------------------------------------------
 
 TEST_F(CmpiMacros, ReleaseAndCloneUseSlotsOneAndTwo) {
-  ExpectReturnedStatus(CMRelease(inst));
-  CHECK_CALL(kInstance, 1, P(inst));
-  Reset();
-  ExpectReturnedPointer(CMClone(inst, &st));
-  CHECK_CALL(kInstance, 2, P(inst), P(&st));
-  Reset();
-  ExpectReturnedStatus(CMRelease(str));
-  CHECK_CALL(kString, 1, P(str));
-  Reset();
-  ExpectReturnedPointer(CMClone(arr, nullptr));
-  CHECK_CALL(kArray, 2, P(arr), P(nullptr));
-  Reset();
-  ExpectReturnedStatus(CMRelease(er));
-  CHECK_CALL(kError, 1, P(er));
+  CheckCases({
+      {"CMRelease", kInstance, 1, {P(inst)},
+       [&] { ExpectReturnedStatus(CMRelease(inst)); }},
+      {"CMClone", kInstance, 2, {P(inst), P(&st)},
+       [&] { ExpectReturnedPointer(CMClone(inst, &st)); }},
+      {"CMRelease", kString, 1, {P(str)},
+       [&] { ExpectReturnedStatus(CMRelease(str)); }},
+      {"CMClone", kArray, 2, {P(arr), P(nullptr)},
+       [&] { ExpectReturnedPointer(CMClone(arr, nullptr)); }},
+      {"CMRelease", kError, 1, {P(er)},
+       [&] { ExpectReturnedStatus(CMRelease(er)); }},
+  });
 }
 
 TEST_F(CmpiMacros, GetCharPtrReadsTheHandleWithoutACall) {
@@ -620,81 +638,72 @@ TEST_F(CmpiMacros, InstanceMacros) {
 // ---- object path ------------------------------------------------------------------------------
 
 TEST_F(CmpiMacros, ObjectPathNameMacros) {
-  ExpectReturnedStatus(CMSetNameSpace(op, name));
-  CHECK_CALL(kObjectPath, 3, P(op), P(name));
-  Reset();
-  ExpectReturnedPointer(CMGetNameSpace(op, &st));
-  CHECK_CALL(kObjectPath, 4, P(op), P(&st));
-  Reset();
-  ExpectReturnedStatus(CMSetHostname(op, name));
-  CHECK_CALL(kObjectPath, 5, P(op), P(name));
-  Reset();
-  ExpectReturnedPointer(CMGetHostname(op, &st));
-  CHECK_CALL(kObjectPath, 6, P(op), P(&st));
-  Reset();
-  ExpectReturnedStatus(CMSetClassName(op, name));
-  CHECK_CALL(kObjectPath, 7, P(op), P(name));
-  Reset();
-  ExpectReturnedPointer(CMGetClassName(op, &st));
-  CHECK_CALL(kObjectPath, 8, P(op), P(&st));
+  CheckCases({
+      {"CMSetNameSpace", kObjectPath, 3, {P(op), P(name)},
+       [&] { ExpectReturnedStatus(CMSetNameSpace(op, name)); }},
+      {"CMGetNameSpace", kObjectPath, 4, {P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetNameSpace(op, &st)); }},
+      {"CMSetHostname", kObjectPath, 5, {P(op), P(name)},
+       [&] { ExpectReturnedStatus(CMSetHostname(op, name)); }},
+      {"CMGetHostname", kObjectPath, 6, {P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetHostname(op, &st)); }},
+      {"CMSetClassName", kObjectPath, 7, {P(op), P(name)},
+       [&] { ExpectReturnedStatus(CMSetClassName(op, name)); }},
+      {"CMGetClassName", kObjectPath, 8, {P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetClassName(op, &st)); }},
+  });
 }
 
 TEST_F(CmpiMacros, ObjectPathKeyMacros) {
   CMPISint32 id = -4;
-  ExpectReturnedStatus(CMAddKey(op, name, &id, CMPI_sint32));
-  CHECK_CALL(kObjectPath, 9, P(op), P(name), P(&id), N(CMPI_sint32));
-  Reset();
-  ExpectReturnedData(CMGetKey(op, name, &st));
-  CHECK_CALL(kObjectPath, 10, P(op), P(name), P(&st));
-  Reset();
   CMPIString *got = nullptr;
-  ExpectReturnedData(CMGetKeyAt(op, 2, &got, &st));
-  CHECK_CALL(kObjectPath, 11, P(op), N(2), P(&got), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetKeyCount(op, &st), kReturnedNumber);
-  CHECK_CALL(kObjectPath, 12, P(op), P(&st));
+  CheckCases({
+      {"CMAddKey", kObjectPath, 9, {P(op), P(name), P(&id), N(CMPI_sint32)},
+       [&] { ExpectReturnedStatus(CMAddKey(op, name, &id, CMPI_sint32)); }},
+      {"CMGetKey", kObjectPath, 10, {P(op), P(name), P(&st)},
+       [&] { ExpectReturnedData(CMGetKey(op, name, &st)); }},
+      {"CMGetKeyAt", kObjectPath, 11, {P(op), N(2), P(&got), P(&st)},
+       [&] { ExpectReturnedData(CMGetKeyAt(op, 2, &got, &st)); }},
+      {"CMGetKeyCount", kObjectPath, 12, {P(op), P(&st)},
+       [&] { EXPECT_EQ(CMGetKeyCount(op, &st), kReturnedNumber); }},
+  });
 }
 
 TEST_F(CmpiMacros, ObjectPathCopyQualifierAndTextMacros) {
   CMPIObjectPath source = {&handle, &g_objectPathFT};
-  ExpectReturnedStatus(CMSetNameSpaceFromObjectPath(op, &source));
-  CHECK_CALL(kObjectPath, 13, P(op), P(&source));
-  Reset();
-  ExpectReturnedStatus(CMSetHostAndNameSpaceFromObjectPath(op, &source));
-  CHECK_CALL(kObjectPath, 14, P(op), P(&source));
-  Reset();
-  ExpectReturnedData(CMGetClassQualifier(op, name, &st));
-  CHECK_CALL(kObjectPath, 15, P(op), P(name), P(&st));
-  Reset();
-  ExpectReturnedData(CMGetPropertyQualifier(op, name, other, &st));
-  CHECK_CALL(kObjectPath, 16, P(op), P(name), P(other), P(&st));
-  Reset();
-  ExpectReturnedData(CMGetMethodQualifier(op, name, other, &st));
-  CHECK_CALL(kObjectPath, 17, P(op), P(name), P(other), P(&st));
-  Reset();
-  ExpectReturnedData(CMGetParameterQualifier(op, name, other, third, &st));
-  CHECK_CALL(kObjectPath, 18, P(op), P(name), P(other), P(third), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMObjectPathToString(op, &st));
-  CHECK_CALL(kObjectPath, 19, P(op), P(&st));
+  CheckCases({
+      {"CMSetNameSpaceFromObjectPath", kObjectPath, 13, {P(op), P(&source)},
+       [&] { ExpectReturnedStatus(CMSetNameSpaceFromObjectPath(op, &source)); }},
+      {"CMSetHostAndNameSpaceFromObjectPath", kObjectPath, 14, {P(op), P(&source)},
+       [&] { ExpectReturnedStatus(CMSetHostAndNameSpaceFromObjectPath(op, &source)); }},
+      {"CMGetClassQualifier", kObjectPath, 15, {P(op), P(name), P(&st)},
+       [&] { ExpectReturnedData(CMGetClassQualifier(op, name, &st)); }},
+      {"CMGetPropertyQualifier", kObjectPath, 16, {P(op), P(name), P(other), P(&st)},
+       [&] { ExpectReturnedData(CMGetPropertyQualifier(op, name, other, &st)); }},
+      {"CMGetMethodQualifier", kObjectPath, 17, {P(op), P(name), P(other), P(&st)},
+       [&] { ExpectReturnedData(CMGetMethodQualifier(op, name, other, &st)); }},
+      {"CMGetParameterQualifier", kObjectPath, 18, {P(op), P(name), P(other), P(third), P(&st)},
+       [&] { ExpectReturnedData(CMGetParameterQualifier(op, name, other, third, &st)); }},
+      {"CMObjectPathToString", kObjectPath, 19, {P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CMObjectPathToString(op, &st)); }},
+  });
 }
 
 // ---- args, array, enumeration, date-time, context ----------------------------------------------
 
 TEST_F(CmpiMacros, ArgsMacros) {
   CMPIBoolean flag = 1;
-  ExpectReturnedStatus(CMAddArg(as, name, &flag, CMPI_boolean));
-  CHECK_CALL(kArgs, 3, P(as), P(name), P(&flag), N(CMPI_boolean));
-  Reset();
-  ExpectReturnedData(CMGetArg(as, name, &st));
-  CHECK_CALL(kArgs, 4, P(as), P(name), P(&st));
-  Reset();
   CMPIString *got = nullptr;
-  ExpectReturnedData(CMGetArgAt(as, 1, &got, &st));
-  CHECK_CALL(kArgs, 5, P(as), N(1), P(&got), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetArgCount(as, &st), kReturnedNumber);
-  CHECK_CALL(kArgs, 6, P(as), P(&st));
+  CheckCases({
+      {"CMAddArg", kArgs, 3, {P(as), P(name), P(&flag), N(CMPI_boolean)},
+       [&] { ExpectReturnedStatus(CMAddArg(as, name, &flag, CMPI_boolean)); }},
+      {"CMGetArg", kArgs, 4, {P(as), P(name), P(&st)},
+       [&] { ExpectReturnedData(CMGetArg(as, name, &st)); }},
+      {"CMGetArgAt", kArgs, 5, {P(as), N(1), P(&got), P(&st)},
+       [&] { ExpectReturnedData(CMGetArgAt(as, 1, &got, &st)); }},
+      {"CMGetArgCount", kArgs, 6, {P(as), P(&st)},
+       [&] { EXPECT_EQ(CMGetArgCount(as, &st), kReturnedNumber); }},
+  });
 }
 
 TEST_F(CmpiMacros, ArrayMacrosUseTheTableNames) {
@@ -717,25 +726,25 @@ TEST_F(CmpiMacros, ArrayMacrosUseTheTableNames) {
 }
 
 TEST_F(CmpiMacros, EnumerationMacros) {
-  ExpectReturnedData(CMGetNext(en, &st));
-  CHECK_CALL(kEnumeration, 3, P(en), P(&st));
-  Reset();
-  EXPECT_TRUE(CMHasNext(en, &st));
-  CHECK_CALL(kEnumeration, 4, P(en), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMToArray(en, nullptr));
-  CHECK_CALL(kEnumeration, 5, P(en), P(nullptr));
+  CheckCases({
+      {"CMGetNext", kEnumeration, 3, {P(en), P(&st)},
+       [&] { ExpectReturnedData(CMGetNext(en, &st)); }},
+      {"CMHasNext", kEnumeration, 4, {P(en), P(&st)},
+       [&] { EXPECT_TRUE(CMHasNext(en, &st)); }},
+      {"CMToArray", kEnumeration, 5, {P(en), P(nullptr)},
+       [&] { ExpectReturnedPointer(CMToArray(en, nullptr)); }},
+  });
 }
 
 TEST_F(CmpiMacros, DateTimeMacros) {
-  EXPECT_EQ(CMGetBinaryFormat(dt, &st), kReturnedNumber);
-  CHECK_CALL(kDateTime, 3, P(dt), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetStringFormat(dt, &st));
-  CHECK_CALL(kDateTime, 4, P(dt), P(&st));
-  Reset();
-  EXPECT_TRUE(CMIsInterval(dt, &st));
-  CHECK_CALL(kDateTime, 5, P(dt), P(&st));
+  CheckCases({
+      {"CMGetBinaryFormat", kDateTime, 3, {P(dt), P(&st)},
+       [&] { EXPECT_EQ(CMGetBinaryFormat(dt, &st), kReturnedNumber); }},
+      {"CMGetStringFormat", kDateTime, 4, {P(dt), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetStringFormat(dt, &st)); }},
+      {"CMIsInterval", kDateTime, 5, {P(dt), P(&st)},
+       [&] { EXPECT_TRUE(CMIsInterval(dt, &st)); }},
+  });
 }
 
 TEST_F(CmpiMacros, ContextMacros) {
@@ -763,216 +772,189 @@ TEST_F(CmpiMacros, ContextMacros) {
 CMPIData Accessor(const char *, void *) { return CMPIData{}; }
 
 TEST_F(CmpiMacros, SelectExpressionMacros) {
-  EXPECT_TRUE(CMEvaluateSelExp(se, inst, &st));
-  CHECK_CALL(kSelectExp, 3, P(se), P(inst), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetSelExpString(se, &st));
-  CHECK_CALL(kSelectExp, 4, P(se), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetDoc(se, &st));
-  CHECK_CALL(kSelectExp, 5, P(se), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetCod(se, &st));
-  CHECK_CALL(kSelectExp, 6, P(se), P(&st));
-  Reset();
   int parm = 0;
-  EXPECT_TRUE(CMEvaluateSelExpUsingAccessor(se, &Accessor, &parm, &st));
-  CHECK_CALL(kSelectExp, 7, P(se), P(reinterpret_cast<const void *>(&Accessor)), P(&parm),
-             P(&st));
+  CheckCases({
+      {"CMEvaluateSelExp", kSelectExp, 3, {P(se), P(inst), P(&st)},
+       [&] { EXPECT_TRUE(CMEvaluateSelExp(se, inst, &st)); }},
+      {"CMGetSelExpString", kSelectExp, 4, {P(se), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetSelExpString(se, &st)); }},
+      {"CMGetDoc", kSelectExp, 5, {P(se), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetDoc(se, &st)); }},
+      {"CMGetCod", kSelectExp, 6, {P(se), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetCod(se, &st)); }},
+      {"CMEvaluateSelExpUsingAccessor", kSelectExp, 7,
+       {P(se), P(reinterpret_cast<const void *>(&Accessor)), P(&parm), P(&st)},
+       [&] { EXPECT_TRUE(CMEvaluateSelExpUsingAccessor(se, &Accessor, &parm, &st)); }},
+  });
 }
 
 TEST_F(CmpiMacros, ConditionAndPredicateMacros) {
   int type = 0;
-  EXPECT_EQ(CMGetSubCondCountAndType(sc, &type, &st), kReturnedNumber);
-  CHECK_CALL(kSelectCond, 3, P(sc), P(&type), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetSubCondAt(sc, 1, &st));
-  CHECK_CALL(kSelectCond, 4, P(sc), N(1), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetPredicateCount(sub, &st), kReturnedNumber);
-  CHECK_CALL(kSubCond, 3, P(sub), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetPredicateAt(sub, 2, &st));
-  CHECK_CALL(kSubCond, 4, P(sub), N(2), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetPredicate(sub, name, &st));
-  CHECK_CALL(kSubCond, 5, P(sub), P(name), P(&st));
-  Reset();
   CMPIType t = 0;
   CMPIPredOp o = CMPI_PredOp_Equals;
   CMPIString *lhs = nullptr;
   CMPIString *rhs = nullptr;
-  ExpectReturnedStatus(CMGetPredicateData(pr, &t, &o, &lhs, &rhs));
-  CHECK_CALL(kPredicate, 3, P(pr), P(&t), P(&o), P(&lhs), P(&rhs));
-  Reset();
   int parm = 0;
-  EXPECT_TRUE(CMEvaluatePredicateUsingAccessor(pr, &Accessor, &parm, &st));
-  CHECK_CALL(kPredicate, 4, P(pr), P(reinterpret_cast<const void *>(&Accessor)), P(&parm),
-             P(&st));
+  CheckCases({
+      {"CMGetSubCondCountAndType", kSelectCond, 3, {P(sc), P(&type), P(&st)},
+       [&] { EXPECT_EQ(CMGetSubCondCountAndType(sc, &type, &st), kReturnedNumber); }},
+      {"CMGetSubCondAt", kSelectCond, 4, {P(sc), N(1), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetSubCondAt(sc, 1, &st)); }},
+      {"CMGetPredicateCount", kSubCond, 3, {P(sub), P(&st)},
+       [&] { EXPECT_EQ(CMGetPredicateCount(sub, &st), kReturnedNumber); }},
+      {"CMGetPredicateAt", kSubCond, 4, {P(sub), N(2), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetPredicateAt(sub, 2, &st)); }},
+      {"CMGetPredicate", kSubCond, 5, {P(sub), P(name), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetPredicate(sub, name, &st)); }},
+      {"CMGetPredicateData", kPredicate, 3, {P(pr), P(&t), P(&o), P(&lhs), P(&rhs)},
+       [&] { ExpectReturnedStatus(CMGetPredicateData(pr, &t, &o, &lhs, &rhs)); }},
+      {"CMEvaluatePredicateUsingAccessor", kPredicate, 4,
+       {P(pr), P(reinterpret_cast<const void *>(&Accessor)), P(&parm), P(&st)},
+       [&] { EXPECT_TRUE(CMEvaluatePredicateUsingAccessor(pr, &Accessor, &parm, &st)); }},
+  });
 }
 
 // ---- extended errors --------------------------------------------------------------------------
 
 TEST_F(CmpiMacros, ErrorGetters) {
-  EXPECT_EQ(CMGetErrorType(er, &st), static_cast<CMPIErrorType>(kReturnedEnum));
-  CHECK_CALL(kError, 3, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetOtherErrorType(er, &st));
-  CHECK_CALL(kError, 4, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetOwningEntity(er, &st));
-  CHECK_CALL(kError, 5, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetMessageID(er, &st));
-  CHECK_CALL(kError, 6, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetErrorMessage(er, &st));
-  CHECK_CALL(kError, 7, P(er), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetPerceivedSeverity(er, &st), static_cast<CMPIErrorSeverity>(kReturnedEnum));
-  CHECK_CALL(kError, 8, P(er), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetProbableCause(er, &st), static_cast<CMPIErrorProbableCause>(kReturnedEnum));
-  CHECK_CALL(kError, 9, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetProbableCauseDescription(er, &st));
-  CHECK_CALL(kError, 10, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetRecommendedActions(er, &st));
-  CHECK_CALL(kError, 11, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetErrorSource(er, &st));
-  CHECK_CALL(kError, 12, P(er), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetErrorSourceFormat(er, &st), static_cast<CMPIErrorSrcFormat>(kReturnedEnum));
-  CHECK_CALL(kError, 13, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetOtherErrorSourceFormat(er, &st));
-  CHECK_CALL(kError, 14, P(er), P(&st));
-  Reset();
-  EXPECT_EQ(CMGetCIMStatusCode(er, &st), static_cast<CMPIrc>(kReturnedEnum));
-  CHECK_CALL(kError, 15, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetCIMStatusCodeDescription(er, &st));
-  CHECK_CALL(kError, 16, P(er), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMGetMessageArguments(er, &st));
-  CHECK_CALL(kError, 17, P(er), P(&st));
+  CheckCases({
+      {"CMGetErrorType", kError, 3, {P(er), P(&st)},
+       [&] { EXPECT_EQ(CMGetErrorType(er, &st), static_cast<CMPIErrorType>(kReturnedEnum)); }},
+      {"CMGetOtherErrorType", kError, 4, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetOtherErrorType(er, &st)); }},
+      {"CMGetOwningEntity", kError, 5, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetOwningEntity(er, &st)); }},
+      {"CMGetMessageID", kError, 6, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetMessageID(er, &st)); }},
+      {"CMGetErrorMessage", kError, 7, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetErrorMessage(er, &st)); }},
+      {"CMGetPerceivedSeverity", kError, 8, {P(er), P(&st)},
+       [&] {
+         EXPECT_EQ(CMGetPerceivedSeverity(er, &st),
+                   static_cast<CMPIErrorSeverity>(kReturnedEnum));
+       }},
+      {"CMGetProbableCause", kError, 9, {P(er), P(&st)},
+       [&] {
+         EXPECT_EQ(CMGetProbableCause(er, &st),
+                   static_cast<CMPIErrorProbableCause>(kReturnedEnum));
+       }},
+      {"CMGetProbableCauseDescription", kError, 10, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetProbableCauseDescription(er, &st)); }},
+      {"CMGetRecommendedActions", kError, 11, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetRecommendedActions(er, &st)); }},
+      {"CMGetErrorSource", kError, 12, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetErrorSource(er, &st)); }},
+      {"CMGetErrorSourceFormat", kError, 13, {P(er), P(&st)},
+       [&] {
+         EXPECT_EQ(CMGetErrorSourceFormat(er, &st),
+                   static_cast<CMPIErrorSrcFormat>(kReturnedEnum));
+       }},
+      {"CMGetOtherErrorSourceFormat", kError, 14, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetOtherErrorSourceFormat(er, &st)); }},
+      {"CMGetCIMStatusCode", kError, 15, {P(er), P(&st)},
+       [&] { EXPECT_EQ(CMGetCIMStatusCode(er, &st), static_cast<CMPIrc>(kReturnedEnum)); }},
+      {"CMGetCIMStatusCodeDescription", kError, 16, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetCIMStatusCodeDescription(er, &st)); }},
+      {"CMGetMessageArguments", kError, 17, {P(er), P(&st)},
+       [&] { ExpectReturnedPointer(CMGetMessageArguments(er, &st)); }},
+  });
 }
 
 TEST_F(CmpiMacros, ErrorSetters) {
-  ExpectReturnedStatus(CMSetErrorType(er, SoftwareError));
-  CHECK_CALL(kError, 18, P(er), N(SoftwareError));
-  Reset();
-  ExpectReturnedStatus(CMSetOtherErrorType(er, name));
-  CHECK_CALL(kError, 19, P(er), P(name));
-  Reset();
-  ExpectReturnedStatus(CMSetProbableCauseDescription(er, name));
-  CHECK_CALL(kError, 20, P(er), P(name));
-  Reset();
-  ExpectReturnedStatus(CMSetRecommendedActions(er, arr));
-  CHECK_CALL(kError, 21, P(er), P(arr));
-  Reset();
-  ExpectReturnedStatus(CMSetErrorSource(er, name));
-  CHECK_CALL(kError, 22, P(er), P(name));
-  Reset();
-  ExpectReturnedStatus(CMSetErrorSourceFormat(er, CIMObjectHandle));
-  CHECK_CALL(kError, 23, P(er), N(CIMObjectHandle));
-  Reset();
-  ExpectReturnedStatus(CMSetOtherErrorSourceFormat(er, name));
-  CHECK_CALL(kError, 24, P(er), P(name));
-  Reset();
-  ExpectReturnedStatus(CMSetCIMStatusCodeDescription(er, name));
-  CHECK_CALL(kError, 25, P(er), P(name));
-  Reset();
-  ExpectReturnedStatus(CMSetMessageArguments(er, arr));
-  CHECK_CALL(kError, 26, P(er), P(arr));
+  CheckCases({
+      {"CMSetErrorType", kError, 18, {P(er), N(SoftwareError)},
+       [&] { ExpectReturnedStatus(CMSetErrorType(er, SoftwareError)); }},
+      {"CMSetOtherErrorType", kError, 19, {P(er), P(name)},
+       [&] { ExpectReturnedStatus(CMSetOtherErrorType(er, name)); }},
+      {"CMSetProbableCauseDescription", kError, 20, {P(er), P(name)},
+       [&] { ExpectReturnedStatus(CMSetProbableCauseDescription(er, name)); }},
+      {"CMSetRecommendedActions", kError, 21, {P(er), P(arr)},
+       [&] { ExpectReturnedStatus(CMSetRecommendedActions(er, arr)); }},
+      {"CMSetErrorSource", kError, 22, {P(er), P(name)},
+       [&] { ExpectReturnedStatus(CMSetErrorSource(er, name)); }},
+      {"CMSetErrorSourceFormat", kError, 23, {P(er), N(CIMObjectHandle)},
+       [&] { ExpectReturnedStatus(CMSetErrorSourceFormat(er, CIMObjectHandle)); }},
+      {"CMSetOtherErrorSourceFormat", kError, 24, {P(er), P(name)},
+       [&] { ExpectReturnedStatus(CMSetOtherErrorSourceFormat(er, name)); }},
+      {"CMSetCIMStatusCodeDescription", kError, 25, {P(er), P(name)},
+       [&] { ExpectReturnedStatus(CMSetCIMStatusCodeDescription(er, name)); }},
+      {"CMSetMessageArguments", kError, 26, {P(er), P(arr)},
+       [&] { ExpectReturnedStatus(CMSetMessageArguments(er, arr)); }},
+  });
 }
 
 // ---- result -----------------------------------------------------------------------------------
 
 TEST_F(CmpiMacros, ResultMacros) {
   CMPIUint64 big = 1ULL << 40;
-  ExpectReturnedStatus(CMReturnData(rslt, &big, CMPI_uint64));
-  CHECK_CALL(kResult, 3, P(rslt), P(&big), N(CMPI_uint64));
-  Reset();
-  ExpectReturnedStatus(CMReturnInstance(rslt, inst));
-  CHECK_CALL(kResult, 4, P(rslt), P(inst));
-  Reset();
-  ExpectReturnedStatus(CMReturnObjectPath(rslt, op));
-  CHECK_CALL(kResult, 5, P(rslt), P(op));
-  Reset();
-  ExpectReturnedStatus(CMReturnDone(rslt));
-  CHECK_CALL(kResult, 6, P(rslt));
-  Reset();
-  ExpectReturnedStatus(CMReturnError(rslt, er));
-  CHECK_CALL(kResult, 7, P(rslt), P(er));
+  CheckCases({
+      {"CMReturnData", kResult, 3, {P(rslt), P(&big), N(CMPI_uint64)},
+       [&] { ExpectReturnedStatus(CMReturnData(rslt, &big, CMPI_uint64)); }},
+      {"CMReturnInstance", kResult, 4, {P(rslt), P(inst)},
+       [&] { ExpectReturnedStatus(CMReturnInstance(rslt, inst)); }},
+      {"CMReturnObjectPath", kResult, 5, {P(rslt), P(op)},
+       [&] { ExpectReturnedStatus(CMReturnObjectPath(rslt, op)); }},
+      {"CMReturnDone", kResult, 6, {P(rslt)},
+       [&] { ExpectReturnedStatus(CMReturnDone(rslt)); }},
+      {"CMReturnError", kResult, 7, {P(rslt), P(er)},
+       [&] { ExpectReturnedStatus(CMReturnError(rslt, er)); }},
+  });
 }
 
 // ---- broker factories and helpers -------------------------------------------------------------
 
 TEST_F(CmpiMacros, BrokerFactories) {
-  ExpectReturnedPointer(CMNewInstance(mb, op, &st));
-  CHECK_CALL(kEnc, 1, P(mb), P(op), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewObjectPath(mb, name, other, &st));
-  CHECK_CALL(kEnc, 2, P(mb), P(name), P(other), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewArgs(mb, &st));
-  CHECK_CALL(kEnc, 3, P(mb), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewString(mb, name, &st));
-  CHECK_CALL(kEnc, 4, P(mb), P(name), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewArray(mb, 3, CMPI_string, &st));
-  CHECK_CALL(kEnc, 5, P(mb), N(3), N(CMPI_string), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewDateTime(mb, &st));
-  CHECK_CALL(kEnc, 6, P(mb), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewDateTimeFromBinary(mb, 1234567890123ULL, 1, &st));
-  CHECK_CALL(kEnc, 7, P(mb), N(1234567890123ULL), N(1), P(&st));
-  Reset();
-  ExpectReturnedPointer(CMNewDateTimeFromChars(mb, name, &st));
-  CHECK_CALL(kEnc, 8, P(mb), P(name), P(&st));
-  Reset();
   CMPIArray *projection = nullptr;
-  ExpectReturnedPointer(CMNewSelectExp(mb, name, other, &projection, &st));
-  CHECK_CALL(kEnc, 9, P(mb), P(name), P(other), P(&projection), P(&st));
-  Reset();
-  ExpectReturnedPointer(
-      CMNewCMPIError(mb, name, other, third, ErrorSevHigh, ErrorProbCauseOther,
-                     CMPI_RC_ERR_FAILED, &st));
-  CHECK_CALL(kEnc, 17, P(mb), P(name), P(other), P(third), N(ErrorSevHigh),
-             N(ErrorProbCauseOther), N(CMPI_RC_ERR_FAILED), P(&st));
+  CheckCases({
+      {"CMNewInstance", kEnc, 1, {P(mb), P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewInstance(mb, op, &st)); }},
+      {"CMNewObjectPath", kEnc, 2, {P(mb), P(name), P(other), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewObjectPath(mb, name, other, &st)); }},
+      {"CMNewArgs", kEnc, 3, {P(mb), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewArgs(mb, &st)); }},
+      {"CMNewString", kEnc, 4, {P(mb), P(name), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewString(mb, name, &st)); }},
+      {"CMNewArray", kEnc, 5, {P(mb), N(3), N(CMPI_string), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewArray(mb, 3, CMPI_string, &st)); }},
+      {"CMNewDateTime", kEnc, 6, {P(mb), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewDateTime(mb, &st)); }},
+      {"CMNewDateTimeFromBinary", kEnc, 7, {P(mb), N(1234567890123ULL), N(1), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewDateTimeFromBinary(mb, 1234567890123ULL, 1, &st)); }},
+      {"CMNewDateTimeFromChars", kEnc, 8, {P(mb), P(name), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewDateTimeFromChars(mb, name, &st)); }},
+      {"CMNewSelectExp", kEnc, 9, {P(mb), P(name), P(other), P(&projection), P(&st)},
+       [&] { ExpectReturnedPointer(CMNewSelectExp(mb, name, other, &projection, &st)); }},
+      {"CMNewCMPIError", kEnc, 17,
+       {P(mb), P(name), P(other), P(third), N(ErrorSevHigh), N(ErrorProbCauseOther),
+        N(CMPI_RC_ERR_FAILED), P(&st)},
+       [&] {
+         ExpectReturnedPointer(CMNewCMPIError(
+             mb, name, other, third, ErrorSevHigh, ErrorProbCauseOther, CMPI_RC_ERR_FAILED, &st));
+       }},
+  });
 }
 
 TEST_F(CmpiMacros, BrokerHelpers) {
-  EXPECT_TRUE(CMClassPathIsA(mb, op, name, &st));
-  CHECK_CALL(kEnc, 10, P(mb), P(op), P(name), P(&st));
-  Reset();
-  ExpectReturnedPointer(CDToString(mb, inst, &st));
-  CHECK_CALL(kEnc, 11, P(mb), P(inst), P(&st));
-  Reset();
-  EXPECT_TRUE(CDIsOfType(mb, inst, name, &st));
-  CHECK_CALL(kEnc, 12, P(mb), P(inst), P(name), P(&st));
-  Reset();
-  ExpectReturnedPointer(CDGetType(mb, op, &st));
-  CHECK_CALL(kEnc, 13, P(mb), P(op), P(&st));
-  Reset();
-  ExpectReturnedStatus(CMLogMessage(mb, CMPI_SEV_WARNING, name, other, str));
-  CHECK_CALL(kEnc, 15, P(mb), N(CMPI_SEV_WARNING), P(name), P(other), P(str));
-  Reset();
-  ExpectReturnedStatus(CMTraceMessage(mb, CMPI_LEV_VERBOSE, name, other, nullptr));
-  CHECK_CALL(kEnc, 16, P(mb), N(CMPI_LEV_VERBOSE), P(name), P(other), P(nullptr));
-  Reset();
   CMPIMsgFileHandle handleOut = nullptr;
-  ExpectReturnedStatus(CMOpenMessageFile(mb, name, &handleOut));
-  CHECK_CALL(kEnc, 18, P(mb), P(name), P(&handleOut));
-  Reset();
   CMPIMsgFileHandle fileHandle = &handle;
-  ExpectReturnedStatus(CMCloseMessageFile(mb, fileHandle));
-  CHECK_CALL(kEnc, 19, P(mb), P(fileHandle));
+  CheckCases({
+      {"CMClassPathIsA", kEnc, 10, {P(mb), P(op), P(name), P(&st)},
+       [&] { EXPECT_TRUE(CMClassPathIsA(mb, op, name, &st)); }},
+      {"CDToString", kEnc, 11, {P(mb), P(inst), P(&st)},
+       [&] { ExpectReturnedPointer(CDToString(mb, inst, &st)); }},
+      {"CDIsOfType", kEnc, 12, {P(mb), P(inst), P(name), P(&st)},
+       [&] { EXPECT_TRUE(CDIsOfType(mb, inst, name, &st)); }},
+      {"CDGetType", kEnc, 13, {P(mb), P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CDGetType(mb, op, &st)); }},
+      {"CMLogMessage", kEnc, 15, {P(mb), N(CMPI_SEV_WARNING), P(name), P(other), P(str)},
+       [&] { ExpectReturnedStatus(CMLogMessage(mb, CMPI_SEV_WARNING, name, other, str)); }},
+      {"CMTraceMessage", kEnc, 16, {P(mb), N(CMPI_LEV_VERBOSE), P(name), P(other), P(nullptr)},
+       [&] { ExpectReturnedStatus(CMTraceMessage(mb, CMPI_LEV_VERBOSE, name, other, nullptr)); }},
+      {"CMOpenMessageFile", kEnc, 18, {P(mb), P(name), P(&handleOut)},
+       [&] { ExpectReturnedStatus(CMOpenMessageFile(mb, name, &handleOut)); }},
+      {"CMCloseMessageFile", kEnc, 19, {P(mb), P(fileHandle)},
+       [&] { ExpectReturnedStatus(CMCloseMessageFile(mb, fileHandle)); }},
+  });
 }
 
 // ---- messages and their substitution values ---------------------------------------------------
@@ -1075,76 +1057,75 @@ TEST_F(CmpiMacros, BrokerDataFields) {
 }
 
 TEST_F(CmpiMacros, BrokerThreadAndIndicationCalls) {
-  ExpectReturnedPointer(CBPrepareAttachThread(mb, ctx));
-  CHECK_CALL(kBroker, 3, P(mb), P(ctx));
-  Reset();
-  ExpectReturnedStatus(CBAttachThread(mb, ctx));
-  CHECK_CALL(kBroker, 4, P(mb), P(ctx));
-  Reset();
-  ExpectReturnedStatus(CBDetachThread(mb, ctx));
-  CHECK_CALL(kBroker, 5, P(mb), P(ctx));
-  Reset();
-  ExpectReturnedStatus(CBDeliverIndication(mb, ctx, name, inst));
-  CHECK_CALL(kBroker, 6, P(mb), P(ctx), P(name), P(inst));
+  CheckCases({
+      {"CBPrepareAttachThread", kBroker, 3, {P(mb), P(ctx)},
+       [&] { ExpectReturnedPointer(CBPrepareAttachThread(mb, ctx)); }},
+      {"CBAttachThread", kBroker, 4, {P(mb), P(ctx)},
+       [&] { ExpectReturnedStatus(CBAttachThread(mb, ctx)); }},
+      {"CBDetachThread", kBroker, 5, {P(mb), P(ctx)},
+       [&] { ExpectReturnedStatus(CBDetachThread(mb, ctx)); }},
+      {"CBDeliverIndication", kBroker, 6, {P(mb), P(ctx), P(name), P(inst)},
+       [&] { ExpectReturnedStatus(CBDeliverIndication(mb, ctx, name, inst)); }},
+  });
 }
 
 TEST_F(CmpiMacros, BrokerInstanceCalls) {
-  ExpectReturnedPointer(CBEnumInstanceNames(mb, ctx, op, &st));
-  CHECK_CALL(kBroker, 7, P(mb), P(ctx), P(op), P(&st));
-  Reset();
-  ExpectReturnedPointer(CBGetInstance(mb, ctx, op, props, &st));
-  CHECK_CALL(kBroker, 8, P(mb), P(ctx), P(op), P(props), P(&st));
-  Reset();
-  ExpectReturnedPointer(CBCreateInstance(mb, ctx, op, inst, &st));
-  CHECK_CALL(kBroker, 9, P(mb), P(ctx), P(op), P(inst), P(&st));
-  Reset();
-  ExpectReturnedStatus(CBModifyInstance(mb, ctx, op, inst, props));
-  CHECK_CALL(kBroker, 10, P(mb), P(ctx), P(op), P(inst), P(props));
-  Reset();
-  ExpectReturnedStatus(CBSetInstance(mb, ctx, op, inst, props));
-  CHECK_CALL(kBroker, 10, P(mb), P(ctx), P(op), P(inst), P(props));
-  Reset();
-  ExpectReturnedStatus(CBSetInstance(mb, ctx, op, inst));
-  CHECK_CALL(kBroker, 10, P(mb), P(ctx), P(op), P(inst), P(nullptr));
-  Reset();
-  ExpectReturnedStatus(CBDeleteInstance(mb, ctx, op));
-  CHECK_CALL(kBroker, 11, P(mb), P(ctx), P(op));
-  Reset();
   const char *query = "select * from X";
   const char *lang = "WQL";
-  ExpectReturnedPointer(CBExecQuery(mb, ctx, op, query, lang, &st));
-  CHECK_CALL(kBroker, 12, P(mb), P(ctx), P(op), P(query), P(lang), P(&st));
-  Reset();
-  ExpectReturnedPointer(CBEnumInstances(mb, ctx, op, props, &st));
-  CHECK_CALL(kBroker, 13, P(mb), P(ctx), P(op), P(props), P(&st));
+  CheckCases({
+      {"CBEnumInstanceNames", kBroker, 7, {P(mb), P(ctx), P(op), P(&st)},
+       [&] { ExpectReturnedPointer(CBEnumInstanceNames(mb, ctx, op, &st)); }},
+      {"CBGetInstance", kBroker, 8, {P(mb), P(ctx), P(op), P(props), P(&st)},
+       [&] { ExpectReturnedPointer(CBGetInstance(mb, ctx, op, props, &st)); }},
+      {"CBCreateInstance", kBroker, 9, {P(mb), P(ctx), P(op), P(inst), P(&st)},
+       [&] { ExpectReturnedPointer(CBCreateInstance(mb, ctx, op, inst, &st)); }},
+      {"CBModifyInstance", kBroker, 10, {P(mb), P(ctx), P(op), P(inst), P(props)},
+       [&] { ExpectReturnedStatus(CBModifyInstance(mb, ctx, op, inst, props)); }},
+      {"CBSetInstance", kBroker, 10, {P(mb), P(ctx), P(op), P(inst), P(props)},
+       [&] { ExpectReturnedStatus(CBSetInstance(mb, ctx, op, inst, props)); }},
+      {"CBSetInstance", kBroker, 10, {P(mb), P(ctx), P(op), P(inst), P(nullptr)},
+       [&] { ExpectReturnedStatus(CBSetInstance(mb, ctx, op, inst)); }},
+      {"CBDeleteInstance", kBroker, 11, {P(mb), P(ctx), P(op)},
+       [&] { ExpectReturnedStatus(CBDeleteInstance(mb, ctx, op)); }},
+      {"CBExecQuery", kBroker, 12, {P(mb), P(ctx), P(op), P(query), P(lang), P(&st)},
+       [&] { ExpectReturnedPointer(CBExecQuery(mb, ctx, op, query, lang, &st)); }},
+      {"CBEnumInstances", kBroker, 13, {P(mb), P(ctx), P(op), P(props), P(&st)},
+       [&] { ExpectReturnedPointer(CBEnumInstances(mb, ctx, op, props, &st)); }},
+  });
 }
 
 TEST_F(CmpiMacros, BrokerAssociationCalls) {
-  ExpectReturnedPointer(CBAssociators(mb, ctx, op, name, other, third, fourth, props, &st));
-  CHECK_CALL(kBroker, 14, P(mb), P(ctx), P(op), P(name), P(other), P(third), P(fourth), P(props),
-             P(&st));
-  Reset();
-  ExpectReturnedPointer(CBAssociatorNames(mb, ctx, op, name, other, third, fourth, &st));
-  CHECK_CALL(kBroker, 15, P(mb), P(ctx), P(op), P(name), P(other), P(third), P(fourth), P(&st));
-  Reset();
-  ExpectReturnedPointer(CBReferences(mb, ctx, op, name, other, props, &st));
-  CHECK_CALL(kBroker, 16, P(mb), P(ctx), P(op), P(name), P(other), P(props), P(&st));
-  Reset();
-  ExpectReturnedPointer(CBReferenceNames(mb, ctx, op, name, other, &st));
-  CHECK_CALL(kBroker, 17, P(mb), P(ctx), P(op), P(name), P(other), P(&st));
+  CheckCases({
+      {"CBAssociators", kBroker, 14,
+       {P(mb), P(ctx), P(op), P(name), P(other), P(third), P(fourth), P(props), P(&st)},
+       [&] {
+         ExpectReturnedPointer(
+             CBAssociators(mb, ctx, op, name, other, third, fourth, props, &st));
+       }},
+      {"CBAssociatorNames", kBroker, 15,
+       {P(mb), P(ctx), P(op), P(name), P(other), P(third), P(fourth), P(&st)},
+       [&] {
+         ExpectReturnedPointer(
+             CBAssociatorNames(mb, ctx, op, name, other, third, fourth, &st));
+       }},
+      {"CBReferences", kBroker, 16, {P(mb), P(ctx), P(op), P(name), P(other), P(props), P(&st)},
+       [&] { ExpectReturnedPointer(CBReferences(mb, ctx, op, name, other, props, &st)); }},
+      {"CBReferenceNames", kBroker, 17, {P(mb), P(ctx), P(op), P(name), P(other), P(&st)},
+       [&] { ExpectReturnedPointer(CBReferenceNames(mb, ctx, op, name, other, &st)); }},
+  });
 }
 
 TEST_F(CmpiMacros, BrokerMethodAndPropertyCalls) {
   CMPIArgs out = {&handle, &g_argsFT};
-  ExpectReturnedData(CBInvokeMethod(mb, ctx, op, name, as, &out, &st));
-  CHECK_CALL(kBroker, 18, P(mb), P(ctx), P(op), P(name), P(as), P(&out), P(&st));
-  Reset();
   CMPISint64 v = -1;
-  ExpectReturnedStatus(CBSetProperty(mb, ctx, op, name, &v, CMPI_sint64));
-  CHECK_CALL(kBroker, 19, P(mb), P(ctx), P(op), P(name), P(&v), N(CMPI_sint64));
-  Reset();
-  ExpectReturnedData(CBGetProperty(mb, ctx, op, name, &st));
-  CHECK_CALL(kBroker, 20, P(mb), P(ctx), P(op), P(name), P(&st));
+  CheckCases({
+      {"CBInvokeMethod", kBroker, 18, {P(mb), P(ctx), P(op), P(name), P(as), P(&out), P(&st)},
+       [&] { ExpectReturnedData(CBInvokeMethod(mb, ctx, op, name, as, &out, &st)); }},
+      {"CBSetProperty", kBroker, 19, {P(mb), P(ctx), P(op), P(name), P(&v), N(CMPI_sint64)},
+       [&] { ExpectReturnedStatus(CBSetProperty(mb, ctx, op, name, &v, CMPI_sint64)); }},
+      {"CBGetProperty", kBroker, 20, {P(mb), P(ctx), P(op), P(name), P(&st)},
+       [&] { ExpectReturnedData(CBGetProperty(mb, ctx, op, name, &st)); }},
+  });
 }
 
 // ---- status and return macros -----------------------------------------------------------------

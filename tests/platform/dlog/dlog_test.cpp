@@ -26,6 +26,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "read_file.h"
+
 extern "C" int dlog_from_c(int value);  // dlog_c_check.c
 
 namespace {
@@ -102,12 +104,7 @@ ParsedLine parse_line(const std::string &line) {
   return parsed;
 }
 
-std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream content;
-  content << in.rdbuf();
-  return content.str();
-}
+using testsupport::read_file;
 
 std::vector<std::string> split_lines(const std::string &content) {
   std::vector<std::string> lines;

@@ -1,12 +1,44 @@
-// Sending and receiving on the client's connection.
+// client.cpp - the client's side of the transport: connecting to the host's socket file,
+// sending and receiving on the connection, and closing it.
 #include <cmpiutility/transport.h>
 #include <errno.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include "log/log.h"
-#include "transport/send.h"
+#include "transport/socket.h"
+
+// ---- the connection ---------------------------------------------------------------------------
+
+extern "C" unsigned int clientConnectServersock(SockInfo *info, const char *path) {
+  CMPIU_TRACE_FUNCTION();
+  info->fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  if (info->fd < 0) {
+    const int error = errno;
+    CMPIU_ERROR("Error: client socket '%s'", strerror(error));
+    return CMPIU_SOCK_ESOCKET;
+  }
+  cmpiutility::fill_unix_address(&info->addr, path);
+  // The length is always the whole address structure, not the length of the path.
+  if (connect(info->fd, reinterpret_cast<const struct sockaddr *>(&info->addr),
+              sizeof(info->addr)) < 0) {
+    const int error = errno;
+    CMPIU_ERROR("Error: client connect '%s'", strerror(error));
+    clientCloseConnection(info);
+    return CMPIU_SOCK_ECONNECT;
+  }
+  return CMPIU_SOCK_OK;
+}
+
+extern "C" void clientCloseConnection(SockInfo *info) {
+  CMPIU_TRACE_FUNCTION();
+  close(info->fd);
+  info->fd = -1;
+}
+
+// ---- sending and receiving --------------------------------------------------------------------
 
 extern "C" unsigned int clientSend(SockInfo *info, const void *buf, int len) {
   CMPIU_TRACE_FUNCTION();

@@ -1,17 +1,16 @@
-// Value objects back into CMPI data: method arguments, instance properties and array elements.
+// decoders_scalars.cpp - one value object back into CMPI data (Add2CMPIArgs), the scalar
+// decoders behind it, and the helpers the array and container decoders share.
 //
 // Ownership on this platform: CMAddArg, CMSetProperty and CMSetArrayElementAt copy what they are
 // given (a deep copy of arrays, paths, date-times, strings and instances). Every object that a
 // decoder makes for one value is therefore its own to release once the add or set has been
 // made, whatever its outcome, and also when a JSON conversion throws half-way; the Owned holder
-// below does that. Only the new argument list and the new instance of createCMArgs and
+// (decoders_shared.h) does that. Only the new argument list and the new instance of createCMArgs and
 // createCMInst stay alive: they are stored in the record, which owns them.
 //
 // JSON conversions: a member of the wrong JSON type (a string where a number is expected, an
 // array where an object is expected, ...) makes jsoncpp's accessors throw; the decoders let that
 // exception pass to their caller, with nothing of their own left behind.
-#include "json/decoders.h"
-
 #include <cmpimacs.h>
 #include <strings.h>
 
@@ -19,33 +18,13 @@
 #include <string>
 #include <vector>
 
+#include "json/decoders.h"
+#include "json/decoders_shared.h"
 #include "json/key_text.h"
 #include "log/log.h"
 
-namespace {
+namespace json_decoding {
 
-constexpr const char kAdd2CMPIArgs[] = "Add2CMPIArgs";
-constexpr const char kSetCMArrayElement[] = "setCMArrayElement";
-
-// Holds one object made by the object library and releases it through its own function table
-// when the scope ends.
-template <typename Object>
-class Owned {
- public:
-  explicit Owned(Object *object = nullptr) : object_(object) {}
-  ~Owned() {
-    if (object_ != nullptr) CMRelease(object_);
-  }
-  Owned(const Owned &) = delete;
-  Owned &operator=(const Owned &) = delete;
-
-  Object *get() const { return object_; }
-
- private:
-  Object *object_;
-};
-
-// Log lines print a missing name as "(null)".
 const char *printable(const char *text) { return text != nullptr ? text : "(null)"; }
 
 // For CMPI_chars the value pointer handed to a setter is the text itself (NULL: a null value).
@@ -103,14 +82,6 @@ bool is_text_type(CMPIType type) {
   }
 }
 
-// One integer of the given code from the unsigned 64-bit number, truncated to the code's width
-// (which restores the sign of a negative number written as its unsigned form), with the failure
-// numbers of its add and set calls. False for a code that is not one of the eight integers.
-struct IntegerSite {
-  int add_line;
-  int set_line;
-  int element_line;
-};
 
 bool integer_value(CMPIType type, Json::UInt64 number, CMPIValue *value, IntegerSite *site) {
   switch (type) {
@@ -157,6 +128,24 @@ bool is_integer_type(CMPIType type) {
   return integer_value(type, 0, &value, &site);
 }
 
+
+// A new instance of the class and namespace of an embedded-instance object (no status is asked
+// for). NULL when either factory gives nothing.
+CMPIInstance *new_embedded_instance(const Json::Value &embedded) {
+  const std::string className = embedded["ClassName"].asString();
+  const std::string nameSpace = embedded["NameSpace"].asString();
+  // The instance copies the path, so the path goes at once.
+  const Owned<CMPIObjectPath> path(
+      makeNewObjectPath(nameSpace.c_str(), className.c_str(), nullptr));
+  return makeNewCMPIInstance(path.get(), nullptr);
+}
+
+}  // namespace json_decoding
+
+namespace {
+
+using namespace json_decoding;
+
 // A value added as an argument (kind INVOKEMETHOD) or set as a property (any other kind), with
 // the failure numbers of the two calls. The CMAddArg and CMSetProperty failure lines differ only
 // in the call's name.
@@ -175,64 +164,6 @@ unsigned int add_or_set(CMPIArgs *args, CMPIInstance *instance, const char *name
     return 1;
   }
   return 0;
-}
-
-// Array values (the type carries CMPI_ARRAY; it keeps the flag when added or set).
-unsigned int decode_array(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                          const Json::Value &valueObject, CMPIType type, int kind) {
-  const CMPIType elementType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
-  const Json::Value &entries = valueObject["Value"];
-  if (kind == MODIFYINST && entries.isNull()) {
-    // A null array property; for arguments a null array is dropped below (no entries).
-    if (set_property(instance, name, nullptr, type) != CMPI_RC_OK) {
-      CMPIU_ERROR_AT(kAdd2CMPIArgs, 1359, "'CMSetProperty failed for '%s' '", printable(name));
-      return 1;
-    }
-    return 0;
-  }
-  const Json::ArrayIndex count = entries.size();
-  if (count == 0) {
-    CMPIU_TRACE("INFO: Args have empty array");
-    return 0;
-  }
-
-  CMPIStatus status = {CMPI_RC_OK, nullptr};
-  const Owned<CMPIArray> array(makeNewCMPIArray(count, elementType, &status));
-  if (array.get() == nullptr || status.rc != CMPI_RC_OK) {
-    CMPIU_ERROR_AT(kAdd2CMPIArgs, 1372, "'makeNewCMPIArray failed'");
-    return 1;
-  }
-  if ((setCMArrayElement(array.get(), valueObject, elementType) & 1u) != 0) {
-    CMPIU_ERROR_AT(kAdd2CMPIArgs, 1376, "'setCMArrayElement failed'");
-    return 1;
-  }
-
-  CMPIValue value = zero_value();
-  value.array = array.get();
-  const CMPIrc rc = (kind == INVOKEMETHOD) ? add_arg(args, name, &value, type)
-                                           : set_property(instance, name, &value, type);
-  // The status tested is the failed call's own, never CMPI_RC_OK, so the INFO forms of these two
-  // lines cannot appear; they are kept with the rule all the same.
-  if (rc != CMPI_RC_OK) {
-    const bool go_on = (kind == INVOKEMETHOD)
-                           ? CMPIU_STATUS_RULE(rc, kAdd2CMPIArgs, 1383,
-                                               "'CMAddArg failed for '%s' '", printable(name))
-                           : CMPIU_STATUS_RULE(rc, kAdd2CMPIArgs, 1389,
-                                               "'CMSetProperty failed for '%s' '", printable(name));
-    if (!go_on) return 1;
-  }
-  return 0;
-}
-
-// A new instance of the class and namespace of an embedded-instance object (no status is asked
-// for). NULL when either factory gives nothing.
-CMPIInstance *new_embedded_instance(const Json::Value &embedded) {
-  const std::string className = embedded["ClassName"].asString();
-  const std::string nameSpace = embedded["NameSpace"].asString();
-  // The instance copies the path, so the path goes at once.
-  const Owned<CMPIObjectPath> path(
-      makeNewObjectPath(nameSpace.c_str(), className.c_str(), nullptr));
-  return makeNewCMPIInstance(path.get(), nullptr);
 }
 
 // Scalar embedded instance (CMPI_instance): "CMPIInstance" holds the embedded-instance object.
@@ -385,93 +316,6 @@ unsigned int decode_real(CMPIArgs *args, CMPIInstance *instance, const char *nam
   return 0;
 }
 
-// Every failure of setCMArrayElement that has no text of its own.
-unsigned int element_failed(int line) {
-  CMPIU_ERROR_AT(kSetCMArrayElement, line, "'CMSetArrayElementAt failed");
-  return 1;
-}
-
-// Sets element index of array from one entry of an array of embedded instances. An instance
-// that cannot be made leaves the element unset.
-unsigned int set_instance_element(CMPIArray *array, CMPICount index, const Json::Value &entry) {
-  const Owned<CMPIInstance> newInstance(new_embedded_instance(entry));
-  if (newInstance.get() == nullptr) return 0;
-  const Json::Value &properties = entry["InstanceProps"];
-  for (const std::string &member : properties.getMemberNames()) {
-    if ((Add2CMPIArgs(nullptr, newInstance.get(), member.c_str(), properties[member], MODIFYINST) &
-         1u) != 0) {
-      CMPIU_ERROR_AT(kSetCMArrayElement, 1164, "'Add2CMPIArgs failed'");
-      return 1;
-    }
-  }
-  CMPIValue value = zero_value();
-  value.inst = newInstance.get();
-  if (set_element(array, index, &value, CMPI_instance) != CMPI_RC_OK) {
-    CMPIU_ERROR_AT(kSetCMArrayElement, 1170,
-                   "'CMSetArrayElementAt failed to add INST to index '%d''",
-                   static_cast<int>(index));
-    return 1;
-  }
-  return 0;
-}
-
-// Sets element index from one entry of an array whose element type has bit CMPI_ENC.
-unsigned int set_encapsulated_element(CMPIArray *array, CMPICount index, const Json::Value &entry,
-                                      CMPIType elementType) {
-  switch (elementType) {
-    case CMPI_chars: {
-      const std::string text = entry.asString();
-      if (set_element(array, index, chars_value(text.c_str()), CMPI_chars) != CMPI_RC_OK) {
-        CMPIU_ERROR_AT(kSetCMArrayElement, 1185,
-                       "'CMSetArrayElementAt failed to add '%s' to index '%d''", text.c_str(),
-                       static_cast<int>(index));
-        return 1;
-      }
-      return 0;
-    }
-    case CMPI_instance:
-      return set_instance_element(array, index, entry);
-    case CMPI_string:
-    case CMPI_booleanString:
-    case CMPI_numericString:
-    case CMPI_dateTimeString: {
-      const std::string text = entry.asString();
-      if (strcasecmp(text.c_str(), "NULL") == 0) {
-        (void)set_element(array, index, nullptr, CMPI_chars);  // outcome not examined
-        return 0;
-      }
-      CMPIStatus status = {CMPI_RC_OK, nullptr};
-      const Owned<CMPIString> string(CreateString(text.c_str(), &status));
-      if (string.get() == nullptr || status.rc != CMPI_RC_OK) {
-        CMPIU_ERROR_AT(kSetCMArrayElement, 1199, "'CreateString failed");
-        return 1;
-      }
-      CMPIValue value = zero_value();
-      value.string = string.get();
-      if (set_element(array, index, &value, CMPI_string) != CMPI_RC_OK) return element_failed(1205);
-      return 0;
-    }
-    case CMPI_dateTime: {
-      const std::string text = entry.asString();
-      CMPIStatus status = {CMPI_RC_OK, nullptr};
-      const Owned<CMPIDateTime> dateTime(makeNewCMPIDateTimeFromChars(text.c_str(), &status));
-      if (dateTime.get() == nullptr || status.rc != CMPI_RC_OK) {
-        CMPIU_ERROR_AT(kSetCMArrayElement, 1214, "'makeNewCMPIDateTimeFromChars failed");
-        return 1;
-      }
-      CMPIValue value = zero_value();
-      value.dateTime = dateTime.get();
-      if (set_element(array, index, &value, CMPI_dateTime) != CMPI_RC_OK) {
-        return element_failed(1220);
-      }
-      return 0;
-    }
-    default:
-      // References among others: peers drop them, the element stays unset.
-      return 0;
-  }
-}
-
 }  // namespace
 
 unsigned int Add2CMPIArgs(CMPIArgs *args, CMPIInstance *instance, const char *name,
@@ -506,135 +350,6 @@ unsigned int Add2CMPIArgs(CMPIArgs *args, CMPIInstance *instance, const char *na
   if (add_arg(args, name, nullptr, CMPI_null) != CMPI_RC_OK) {
     CMPIU_ERROR_AT(kAdd2CMPIArgs, 1725, "'CMAddArg failed for '%s' '", printable(name));
     return 1;
-  }
-  return 0;
-}
-
-unsigned int setCMArrayElement(CMPIArray *array, Json::Value valueObject, CMPIType elementType) {
-  const Json::Value &entries = static_cast<const Json::Value &>(valueObject)["Value"];
-  for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {
-    const Json::Value &entry = entries[i];
-    const CMPICount index = static_cast<CMPICount>(i);
-    if ((elementType & CMPI_ENC) != 0) {
-      if (set_encapsulated_element(array, index, entry, elementType) != 0) return 1;
-      continue;
-    }
-    if (elementType == CMPI_boolean) {
-      CMPIValue value = zero_value();
-      value.boolean = strcasecmp(entry.asString().c_str(), "true") == 0 ? 1 : 0;
-      if (set_element(array, index, &value, CMPI_boolean) != CMPI_RC_OK) {
-        return element_failed(1232);
-      }
-      continue;
-    }
-    if (elementType == CMPI_char16) continue;  // char16 elements stay unset
-    if ((elementType & CMPI_INTEGER) != 0) {
-      if (!is_integer_type(elementType)) continue;
-      CMPIValue value = zero_value();
-      IntegerSite site = {0, 0, 0};
-      integer_value(elementType, entry.asLargestUInt(), &value, &site);
-      if (set_element(array, index, &value, elementType) != CMPI_RC_OK) {
-        return element_failed(site.element_line);
-      }
-      continue;
-    }
-    if (elementType == CMPI_real32) {
-      CMPIValue value = zero_value();
-      value.real32 = static_cast<CMPIReal32>(entry.asDouble());
-      if (set_element(array, index, &value, CMPI_real32) != CMPI_RC_OK) {
-        return element_failed(1306);
-      }
-      continue;
-    }
-    if (elementType == CMPI_real64) {
-      CMPIValue value = zero_value();
-      value.real64 = entry.asDouble();
-      if (set_element(array, index, &value, CMPI_real64) != CMPI_RC_OK) {
-        return element_failed(1313);
-      }
-      continue;
-    }
-    // Every other element type: unset.
-  }
-  return 0;
-}
-
-unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::Value &document) {
-  // Read in place: the document outlives the walk, and copying the container costs more than
-  // decoding a small one.
-  const Json::Value &arguments = document["ArgsIn"];
-  const std::vector<std::string> names = arguments.getMemberNames();
-
-  CMPIStatus status = {CMPI_RC_OK, nullptr};
-  CMPIArgs *list = makeNewCMPIArgs(&status);
-  if (list == nullptr || status.rc != CMPI_RC_OK) {
-    if (list != nullptr) CMRelease(list);
-    CMPIU_ERROR_AT(__func__, 1979, "'makeNewCMPIArgs failed'");
-    return 1;
-  }
-  // With no record to keep it, the list is only decoded into and released again.
-  const Owned<CMPIArgs> unkept((request == nullptr && response == nullptr) ? list : nullptr);
-  if (request != nullptr) {
-    request->ArgsIn = list;
-  } else if (response != nullptr) {
-    response->retVal.args = list;
-  }
-
-  for (const std::string &name : names) {
-    CMPIU_TRACE("INFO: name = '%s'", name.c_str());
-    if ((Add2CMPIArgs(list, nullptr, name.c_str(), arguments[name], INVOKEMETHOD) & 1u) != 0) {
-      CMPIU_ERROR_AT(__func__, 1990, "'Add2CMPIArgs failed'");
-      return 1;
-    }
-  }
-  return 0;
-}
-
-unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::Value &document) {
-  // Read in place, as in createCMArgs.
-  const Json::Value &properties = document["InstanceProps"];
-  const std::vector<std::string> names = properties.getMemberNames();
-
-  CMPIObjectPath *path = nullptr;
-  if (request != nullptr) {
-    path = request->COP;
-  } else if (response != nullptr) {
-    path = response->objectPath;
-  }
-  CMPIStatus status = {CMPI_RC_OK, nullptr};
-  CMPIInstance *instance = makeNewCMPIInstance(path, &status);
-  const CMPIrc made = status.rc;
-  if (made != CMPI_RC_OK && instance != nullptr) {
-    CMRelease(instance);
-    instance = nullptr;
-  }
-  if ((made != CMPI_RC_OK || instance == nullptr) &&
-      !CMPIU_STATUS_RULE(made, __func__, 1809, "'makeNewCMPIInstance failed'")) {
-    return 1;
-  }
-  // A NULL instance that came with a success status is stored as it is and decoding goes on.
-  if (request != nullptr) {
-    request->CI = instance;
-  } else if (response != nullptr) {
-    response->instance = instance;
-  }
-  if (names.empty()) return 0;
-
-  for (const std::string &name : names) {
-    CMPIU_TRACE("property = %s", name.c_str());
-    const Json::Value &property = properties[name];
-    // A result instance keeps its key properties: each one met is put into the instance's key
-    // filter (a property list of none, a key list of this one name).
-    if (request == nullptr && response != nullptr && response->instance != nullptr &&
-        state_of(property) == CMPI_keyValue) {
-      CMPIU_TRACE("%s: key Property to be set %s", __func__, name.c_str());
-      const char *keys[] = {name.c_str(), nullptr};
-      CMSetPropertyFilter(response->instance, nullptr, keys);
-    }
-    if ((Add2CMPIArgs(nullptr, instance, name.c_str(), property, MODIFYINST) & 1u) != 0) {
-      CMPIU_ERROR_AT(__func__, 1827, "'Add2CMPIArgs failed'");
-      return 1;
-    }
   }
   return 0;
 }

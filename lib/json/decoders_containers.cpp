@@ -1,0 +1,95 @@
+// decoders_containers.cpp - the "ArgsIn" and "InstanceProps" containers back into a new
+// argument list and a new instance, stored in the record that then owns them.
+#include <cmpimacs.h>
+#include <strings.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "json/decoders.h"
+#include "json/decoders_shared.h"
+#include "json/key_text.h"
+#include "log/log.h"
+
+using namespace json_decoding;
+
+unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::Value &document) {
+  // Read in place: the document outlives the walk, and copying the container costs more than
+  // decoding a small one.
+  const Json::Value &arguments = document["ArgsIn"];
+  const std::vector<std::string> names = arguments.getMemberNames();
+
+  CMPIStatus status = {CMPI_RC_OK, nullptr};
+  CMPIArgs *list = makeNewCMPIArgs(&status);
+  if (list == nullptr || status.rc != CMPI_RC_OK) {
+    if (list != nullptr) CMRelease(list);
+    CMPIU_ERROR_AT(__func__, 1979, "'makeNewCMPIArgs failed'");
+    return 1;
+  }
+  // With no record to keep it, the list is only decoded into and released again.
+  const Owned<CMPIArgs> unkept((request == nullptr && response == nullptr) ? list : nullptr);
+  if (request != nullptr) {
+    request->ArgsIn = list;
+  } else if (response != nullptr) {
+    response->retVal.args = list;
+  }
+
+  for (const std::string &name : names) {
+    CMPIU_TRACE("INFO: name = '%s'", name.c_str());
+    if ((Add2CMPIArgs(list, nullptr, name.c_str(), arguments[name], INVOKEMETHOD) & 1u) != 0) {
+      CMPIU_ERROR_AT(__func__, 1990, "'Add2CMPIArgs failed'");
+      return 1;
+    }
+  }
+  return 0;
+}
+
+unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::Value &document) {
+  // Read in place, as in createCMArgs.
+  const Json::Value &properties = document["InstanceProps"];
+  const std::vector<std::string> names = properties.getMemberNames();
+
+  CMPIObjectPath *path = nullptr;
+  if (request != nullptr) {
+    path = request->COP;
+  } else if (response != nullptr) {
+    path = response->objectPath;
+  }
+  CMPIStatus status = {CMPI_RC_OK, nullptr};
+  CMPIInstance *instance = makeNewCMPIInstance(path, &status);
+  const CMPIrc made = status.rc;
+  if (made != CMPI_RC_OK && instance != nullptr) {
+    CMRelease(instance);
+    instance = nullptr;
+  }
+  if ((made != CMPI_RC_OK || instance == nullptr) &&
+      !CMPIU_STATUS_RULE(made, __func__, 1809, "'makeNewCMPIInstance failed'")) {
+    return 1;
+  }
+  // A NULL instance that came with a success status is stored as it is and decoding goes on.
+  if (request != nullptr) {
+    request->CI = instance;
+  } else if (response != nullptr) {
+    response->instance = instance;
+  }
+  if (names.empty()) return 0;
+
+  for (const std::string &name : names) {
+    CMPIU_TRACE("property = %s", name.c_str());
+    const Json::Value &property = properties[name];
+    // A result instance keeps its key properties: each one met is put into the instance's key
+    // filter (a property list of none, a key list of this one name).
+    if (request == nullptr && response != nullptr && response->instance != nullptr &&
+        state_of(property) == CMPI_keyValue) {
+      CMPIU_TRACE("%s: key Property to be set %s", __func__, name.c_str());
+      const char *keys[] = {name.c_str(), nullptr};
+      CMSetPropertyFilter(response->instance, nullptr, keys);
+    }
+    if ((Add2CMPIArgs(nullptr, instance, name.c_str(), property, MODIFYINST) & 1u) != 0) {
+      CMPIU_ERROR_AT(__func__, 1827, "'Add2CMPIArgs failed'");
+      return 1;
+    }
+  }
+  return 0;
+}
