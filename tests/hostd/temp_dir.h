@@ -14,6 +14,8 @@
 #include <sstream>
 #include <string>
 
+#include "read_file.h"
+
 namespace hostdtest {
 
 class TempDir {
@@ -47,12 +49,7 @@ inline void write_file(const std::string &path, const std::string &text, mode_t 
   chmod(path.c_str(), mode);
 }
 
-inline std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using testsupport::read_file;
 
 // lstat's view of path; st_mode 0 when there is nothing.
 inline struct stat lstat_of(const std::string &path) {
