@@ -85,8 +85,12 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
     return false;
   }
 
+  // BENCH_HOSTD runs another build of the daemon (e.g. an earlier design) under the same
+  // benchmark; it must take the options below.
+  const char *other = getenv("BENCH_HOSTD");
+  const std::string binary = other != nullptr && *other != '\0' ? other : HOSTD_BINARY;
   std::vector<std::string> args = {
-      HOSTD_BINARY,     "--foreground", "--socket",    socket_, "--schema-db", schema_db_,
+      binary,           "--foreground", "--socket",    socket_, "--schema-db", schema_db_,
       "--provider-dir", provider_dir_,  "--log-level", "3",     "--mode",      "0600"};
   args.insert(args.end(), extra_options.begin(), extra_options.end());
   const pid_t parent = getpid();

@@ -2,6 +2,8 @@
 // schema database (share/schema.sql + share/demo-classes.sql), a provider directory holding the
 // demo provider, the demo's state file, and the daemon running in the foreground on a socket in
 // that directory. Everything goes away with the object (the daemon is stopped with SIGTERM).
+// The daemon is the one built with the benchmark, or the program named by the environment
+// variable BENCH_HOSTD (another build, e.g. of an earlier design, to compare in the same run).
 #ifndef CMPIUTILITY_BENCH_HOSTD_PROCESS_H
 #define CMPIUTILITY_BENCH_HOSTD_PROCESS_H
 
