@@ -84,6 +84,12 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
       !run_sql(schema_db_, read_file(share + "/demo-classes.sql"), error)) {
     return false;
   }
+  // BENCH_UNLOAD_NEVER=1 marks the demo classes UnloadNever: a worker keeps the provider loaded.
+  const char *unload_never = getenv("BENCH_UNLOAD_NEVER");
+  if (unload_never != nullptr && strcmp(unload_never, "1") == 0 &&
+      !run_sql(schema_db_, "UPDATE Tbl_ClassMetadata SET UnloadNever = '1';", error)) {
+    return false;
+  }
 
   // BENCH_HOSTD runs another build of the daemon (e.g. an earlier design) under the same
   // benchmark; it must take the options below.

@@ -4,6 +4,8 @@
 // that directory. Everything goes away with the object (the daemon is stopped with SIGTERM).
 // The daemon is the one built with the benchmark, or the program named by the environment
 // variable BENCH_HOSTD (another build, e.g. of an earlier design, to compare in the same run).
+// BENCH_UNLOAD_NEVER=1 marks the demo classes UnloadNever in the schema database, so that a
+// worker keeps the demo provider loaded between requests (share/demo-classes.sql says '0').
 #ifndef CMPIUTILITY_BENCH_HOSTD_PROCESS_H
 #define CMPIUTILITY_BENCH_HOSTD_PROCESS_H
 
