@@ -11,7 +11,9 @@
 # every benchmark the median over the rounds for each daemon and the ratio. Everything else (the
 # client, the demo provider, the schema) is BUILD_DIR's, so only the daemon differs. FILTER
 # (a --benchmark_filter) defaults to the benchmarks any daemon can run: the GetInstance ones
-# without --worker-requests and their floors, and the enumeration of 10,000 with its halves. The raw CSV files
+# without --worker-requests and their floors, and the enumeration of 10,000 with its halves; this
+# build also runs E2E/GetInstanceCold, which the table sets against the other build's
+# E2E/GetInstance (a daemon that starts its processes for every request has no warm case). The raw CSV files
 # and the load average before each run go to docs/perf/compare/.
 set -euo pipefail
 
@@ -45,7 +47,8 @@ for ((r = 1; r <= rounds; r++)); do
       BENCH_HOSTD=$other_bin "$bin" --benchmark_filter="$filter" --benchmark_format=csv \
         >"$out/$side-$r.csv" 2>/dev/null
     else
-      "$bin" --benchmark_filter="$filter" --benchmark_format=csv >"$out/$side-$r.csv" 2>/dev/null
+      "$bin" --benchmark_filter="$filter|^E2E/GetInstanceCold/" --benchmark_format=csv \
+        >"$out/$side-$r.csv" 2>/dev/null
     fi
   done
 done
@@ -84,5 +87,11 @@ awk 'BEGIN { FS = "," }
       ra = median(rate, a, count[a]); rb = median(rate, b, count[b])
       printf "| %s | %.0f | %.1f µs | %.0f | %.1f µs | %.2f |\n", order[i], ra, median(p50, a, count[a]),
         rb, median(p50, b, count[b]), (rb > 0) ? ra / rb : 0
+    }
+    a = "E2E/GetInstanceCold" SUBSEP "this"; b = "E2E/GetInstance" SUBSEP "other"
+    if ((a in count) && (b in count)) {
+      ra = median(rate, a, count[a]); rb = median(rate, b, count[b])
+      printf "| E2E/GetInstanceCold against E2E/GetInstance of the other build | %.0f | %.1f µs | %.0f | %.1f µs | %.2f |\n",
+        ra, median(p50, a, count[a]), rb, median(p50, b, count[b]), (rb > 0) ? ra / rb : 0
     }
   }' "$out"/this-*.csv "$out"/other-*.csv
