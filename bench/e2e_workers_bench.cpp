@@ -122,8 +122,7 @@ DaemonMemory daemon_memory(pid_t front) {
 // default a worker retires after 10,000 requests, which would replace it during the run), after
 // kWarmUpRequests requests that are not timed. Counters: resident KiB of the front, of all
 // workers together and their anonymous part, the number of workers, before and after, and how
-// many of the workers present before are gone after. For comparison, main_*: the same figures of
-// the main daemon (default options) at this point, after every benchmark that ran before.
+// many of the workers present before are gone after.
 void MemoryOverRequests(benchmark::State &state) {
   Environment &env = environment();
   const HostdProcess *lasting = start_daemon(env.lasting, state);
@@ -151,13 +150,16 @@ void MemoryOverRequests(benchmark::State &state) {
   state.counters["workers_before"] = static_cast<double>(before.workers.size());
   state.counters["workers_after"] = static_cast<double>(after.workers.size());
   state.counters["workers_replaced"] = static_cast<double>(gone);
-  const DaemonMemory main = daemon_memory(env.hostd.pid());
-  state.counters["main_front_kib"] = static_cast<double>(main.front_kib);
-  state.counters["main_workers_kib"] = static_cast<double>(main.workers_kib);
-  state.counters["main_workers"] = static_cast<double>(main.workers.size());
 }
 
 }  // namespace
+
+void register_memory_benchmark() {
+  benchmark::RegisterBenchmark("E2E/MemoryOverRequests", MemoryOverRequests)
+      ->Iterations(10000)
+      ->UseManualTime()
+      ->Unit(benchmark::kMicrosecond);
+}
 
 void register_worker_benchmarks() {
   using benchmark::RegisterBenchmark;
@@ -179,10 +181,6 @@ void register_worker_benchmarks() {
         ->UseRealTime()
         ->Unit(benchmark::kMicrosecond);
   }
-  RegisterBenchmark("E2E/MemoryOverRequests", MemoryOverRequests)
-      ->Iterations(10000)
-      ->UseManualTime()
-      ->Unit(benchmark::kMicrosecond);
 }
 
 }  // namespace bench
