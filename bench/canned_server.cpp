@@ -38,7 +38,7 @@ bool send_all(int fd, const char *data, size_t size) {
 
 CannedServer::~CannedServer() { stop(); }
 
-bool CannedServer::start(const std::string &path, std::string *error) {
+bool CannedServer::start(const std::string &path, std::string *error, int threads) {
   sockaddr_un addr;
   if (!fill_address(path, &addr)) {
     *error = "socket path too long: " + path;
@@ -47,7 +47,7 @@ bool CannedServer::start(const std::string &path, std::string *error) {
   unlink(path.c_str());
   listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (listen_fd_ < 0 || bind(listen_fd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0 ||
-      listen(listen_fd_, 16) != 0) {
+      listen(listen_fd_, 128) != 0) {
     *error = std::string("canned server on ") + path + ": " + strerror(errno);
     if (listen_fd_ >= 0) close(listen_fd_);
     listen_fd_ = -1;
@@ -55,15 +55,16 @@ bool CannedServer::start(const std::string &path, std::string *error) {
   }
   path_ = path;
   stopping_ = false;
-  thread_ = std::thread([this] { serve(); });
+  for (int i = 0; i < threads; ++i) threads_.emplace_back([this] { serve(); });
   return true;
 }
 
 void CannedServer::stop() {
   if (listen_fd_ < 0) return;
   stopping_ = true;
-  shutdown(listen_fd_, SHUT_RDWR);  // wakes the blocked accept
-  if (thread_.joinable()) thread_.join();
+  shutdown(listen_fd_, SHUT_RDWR);  // wakes every blocked accept
+  for (std::thread &t : threads_) t.join();
+  threads_.clear();
   close(listen_fd_);
   listen_fd_ = -1;
   unlink(path_.c_str());

@@ -1,10 +1,12 @@
 // hostd_process.cpp - the daemon of the end-to-end benchmark and its demo state.
 #include "hostd_process.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sqlite3.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/prctl.h>
@@ -12,6 +14,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -64,7 +67,7 @@ constexpr const char kFan0Key[] = "'DeviceID=\"fan0\",SystemName=\"bmc0\"'";
 
 HostdProcess::~HostdProcess() { stop(); }
 
-bool HostdProcess::start(std::string *error) {
+bool HostdProcess::start(std::string *error, const std::vector<std::string> &extra_options) {
   char name[] = "/tmp/cmpi-bench-XXXXXX";
   if (mkdtemp(name) == nullptr) {
     *error = std::string("mkdtemp: ") + strerror(errno);
@@ -81,10 +84,21 @@ bool HostdProcess::start(std::string *error) {
       !run_sql(schema_db_, read_file(share + "/demo-classes.sql"), error)) {
     return false;
   }
+  // BENCH_UNLOAD_NEVER=1 marks the demo classes UnloadNever: a worker keeps the provider loaded.
+  const char *unload_never = getenv("BENCH_UNLOAD_NEVER");
+  if (unload_never != nullptr && strcmp(unload_never, "1") == 0 &&
+      !run_sql(schema_db_, "UPDATE Tbl_ClassMetadata SET UnloadNever = '1';", error)) {
+    return false;
+  }
 
+  // BENCH_HOSTD runs another build of the daemon (e.g. an earlier design) under the same
+  // benchmark; it must take the options below.
+  const char *other = getenv("BENCH_HOSTD");
+  const std::string binary = other != nullptr && *other != '\0' ? other : HOSTD_BINARY;
   std::vector<std::string> args = {
-      HOSTD_BINARY,     "--foreground", "--socket",    socket_, "--schema-db", schema_db_,
+      binary,           "--foreground", "--socket",    socket_, "--schema-db", schema_db_,
       "--provider-dir", provider_dir_,  "--log-level", "3",     "--mode",      "0600"};
+  args.insert(args.end(), extra_options.begin(), extra_options.end());
   const pid_t parent = getpid();
   pid_ = fork();
   if (pid_ < 0) {
@@ -183,6 +197,43 @@ bool HostdProcess::set_fan_count(size_t count, std::string *error) {
   if (!run_sql(state_file_, sql, error)) return false;
   copies_ = copies;
   return true;
+}
+
+ProcessMemory process_memory(pid_t pid) {
+  ProcessMemory memory;
+  std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+  std::string line;
+  while (std::getline(in, line)) {
+    long *field = nullptr;
+    if (line.compare(0, 6, "VmRSS:") == 0) field = &memory.resident_kib;
+    if (line.compare(0, 8, "RssAnon:") == 0) field = &memory.anonymous_kib;
+    if (field != nullptr) *field = strtol(line.c_str() + line.find(':') + 1, nullptr, 10);
+  }
+  return memory;
+}
+
+std::vector<pid_t> child_processes(pid_t parent) {
+  std::vector<pid_t> children;
+  DIR *proc = opendir("/proc");
+  if (proc == nullptr) return children;
+  while (const struct dirent *entry = readdir(proc)) {
+    char *end = nullptr;
+    const long pid = strtol(entry->d_name, &end, 10);
+    if (pid <= 0 || *end != '\0') continue;
+    // The name in brackets may hold anything; the fields after its last ')' are the state and
+    // the parent's pid.
+    const std::string stat = read_file("/proc/" + std::string(entry->d_name) + "/stat");
+    const size_t close = stat.rfind(')');
+    if (close == std::string::npos) continue;
+    char state = 0;
+    long ppid = 0;
+    if (sscanf(stat.c_str() + close + 1, " %c %ld", &state, &ppid) == 2 && ppid == parent) {
+      children.push_back(static_cast<pid_t>(pid));
+    }
+  }
+  closedir(proc);
+  std::sort(children.begin(), children.end());
+  return children;
 }
 
 }  // namespace bench

@@ -2,12 +2,17 @@
 // schema database (share/schema.sql + share/demo-classes.sql), a provider directory holding the
 // demo provider, the demo's state file, and the daemon running in the foreground on a socket in
 // that directory. Everything goes away with the object (the daemon is stopped with SIGTERM).
+// The daemon is the one built with the benchmark, or the program named by the environment
+// variable BENCH_HOSTD (another build, e.g. of an earlier design, to compare in the same run).
+// BENCH_UNLOAD_NEVER=1 marks the demo classes UnloadNever in the schema database, so that a
+// worker keeps the demo provider loaded between requests (share/demo-classes.sql says '0').
 #ifndef CMPIUTILITY_BENCH_HOSTD_PROCESS_H
 #define CMPIUTILITY_BENCH_HOSTD_PROCESS_H
 
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 namespace bench {
 
@@ -18,14 +23,18 @@ class HostdProcess {
   HostdProcess(const HostdProcess &) = delete;
   HostdProcess &operator=(const HostdProcess &) = delete;
 
-  // Makes the directory and starts the daemon (log level 3, its log in the directory); returns
+  // Makes the directory and starts the daemon (log level 3, its log in the directory) with the
+  // extra command-line options after the fixed ones, e.g. {"--worker-requests", "1"}; returns
   // once the daemon says it listens. On failure *error says why.
-  bool start(std::string *error);
+  bool start(std::string *error, const std::vector<std::string> &extra_options = {});
   // SIGTERM, wait (SIGKILL after 15 s); removes the directory.
   void stop();
 
   const std::string &socket() const { return socket_; }
   const std::string &directory() const { return dir_; }
+  // The daemon's front process (it runs in the foreground, so it is the process started here);
+  // -1 when it is not running.
+  pid_t pid() const { return pid_; }
 
   // Makes the demo's state hold exactly count Demo_Fan instances (count >= 2): the initial fan0
   // and fan1 plus copies of fan0 whose DeviceID is "copyNNNNN". The state file must exist, i.e.
@@ -44,6 +53,17 @@ class HostdProcess {
   pid_t pid_ = -1;
   size_t copies_ = 0;
 };
+
+// The resident memory of a process in KiB (VmRSS and RssAnon of /proc/<pid>/status); -1 each
+// when the process is gone.
+struct ProcessMemory {
+  long resident_kib = -1;
+  long anonymous_kib = -1;
+};
+ProcessMemory process_memory(pid_t pid);
+
+// The processes whose parent is parent (a scan of /proc/<pid>/stat), in ascending order.
+std::vector<pid_t> child_processes(pid_t parent);
 
 }  // namespace bench
 
