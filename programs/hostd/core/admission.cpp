@@ -82,31 +82,58 @@ bool build_admission_policy(const AdmissionOptions &options, uid_t daemon_uid,
          add_groups(options.proxy_groups, "--allow-proxy-group", &policy->proxies, error);
 }
 
-PrincipalVerdict decide_principal(const AdmissionPolicy &policy, const PeerCredentials &peer,
-                                  const std::string &user, Principal *principal) {
-  if (user.empty()) return PrincipalVerdict::kMissing;
+namespace {
+
+// The user database's entry for name; false when there is none.
+bool look_up(const std::string &name, Principal *user) {
   struct passwd pw;
   struct passwd *found = nullptr;
   char buffer[4096];
-  if (getpwnam_r(user.c_str(), &pw, buffer, sizeof buffer, &found) != 0 || found == nullptr) {
-    return PrincipalVerdict::kUnknownUser;
+  if (getpwnam_r(name.c_str(), &pw, buffer, sizeof buffer, &found) != 0 || found == nullptr) {
+    return false;
   }
-  if (policy.daemon_uid != 0 && pw.pw_uid != policy.daemon_uid) {
+  user->name = pw.pw_name;
+  user->uid = pw.pw_uid;
+  user->gid = pw.pw_gid;
+  return true;
+}
+
+}  // namespace
+
+bool UserCache::find(const std::string &name, long long now, Principal *user) {
+  auto it = known_.find(name);
+  if (it == known_.end() || now - it->second.at >= ttl_ms_ || now < it->second.at) {
+    if (known_.size() >= 4096) known_.clear();
+    Known fresh;
+    fresh.found = look_up(name, &fresh.user);
+    fresh.at = now;
+    it = known_.insert_or_assign(name, fresh).first;
+  }
+  if (it->second.found) *user = it->second.user;
+  return it->second.found;
+}
+
+PrincipalVerdict decide_principal(const AdmissionPolicy &policy, const PeerCredentials &peer,
+                                  const std::string &user, Principal *principal,
+                                  UserCache *cache, long long now) {
+  if (user.empty()) return PrincipalVerdict::kMissing;
+  Principal found;
+  const bool known = cache != nullptr ? cache->find(user, now, &found) : look_up(user, &found);
+  if (!known) return PrincipalVerdict::kUnknownUser;
+  if (policy.daemon_uid != 0 && found.uid != policy.daemon_uid) {
     return PrincipalVerdict::kNotOwnUser;
   }
   switch (policy.kind_of(peer)) {
     case PeerKind::kRoot:
       break;
     case PeerKind::kProxy:
-      if (pw.pw_uid == 0 && !policy.proxies_may_be_root) return PrincipalVerdict::kNotAllowed;
+      if (found.uid == 0 && !policy.proxies_may_be_root) return PrincipalVerdict::kNotAllowed;
       break;
     case PeerKind::kSelf:
-      if (pw.pw_uid != peer.uid) return PrincipalVerdict::kNotAllowed;
+      if (found.uid != peer.uid) return PrincipalVerdict::kNotAllowed;
       break;
   }
-  principal->name = pw.pw_name;
-  principal->uid = pw.pw_uid;
-  principal->gid = pw.pw_gid;
+  *principal = found;
   return PrincipalVerdict::kServe;
 }
 

@@ -16,6 +16,7 @@
 
 #include <sys/types.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -40,6 +41,13 @@ class PeerSet {
  private:
   std::set<uid_t> uids_;
   std::set<gid_t> gids_;
+};
+
+// The local user a request is served as.
+struct Principal {
+  std::string name;
+  uid_t uid = 0;
+  gid_t gid = 0;
 };
 
 enum class PeerKind { kRoot, kProxy, kSelf };
@@ -69,11 +77,24 @@ bool build_admission_policy(const AdmissionOptions &options, uid_t daemon_uid,
 // SO_PEERCRED (and SO_PEERGROUPS when available) of a connected AF_UNIX socket.
 bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error);
 
-// The local user a request is served as.
-struct Principal {
-  std::string name;
-  uid_t uid = 0;
-  gid_t gid = 0;
+
+// Local users by name, remembered for a few seconds, so that a busy front does not read the
+// user database for every request. Unknown names are remembered too. At most 4096 names are
+// held; past that the memory starts afresh.
+class UserCache {
+ public:
+  explicit UserCache(long long ttl_ms = 5000) : ttl_ms_(ttl_ms) {}
+  // false when there is no local user of that name. now: monotonic milliseconds.
+  bool find(const std::string &name, long long now, Principal *user);
+
+ private:
+  struct Known {
+    bool found = false;
+    Principal user;
+    long long at = 0;
+  };
+  long long ttl_ms_;
+  std::map<std::string, Known> known_;
 };
 
 enum class PrincipalVerdict {
@@ -84,9 +105,11 @@ enum class PrincipalVerdict {
   kNotAllowed,   // the peer may not act as that user
 };
 
-// Decides whether peer may have a request served as user (the request's "Principal").
+// Decides whether peer may have a request served as user (the request's "Principal"). With a
+// cache, the user is looked up there (at time now).
 PrincipalVerdict decide_principal(const AdmissionPolicy &policy, const PeerCredentials &peer,
-                                  const std::string &user, Principal *principal);
+                                  const std::string &user, Principal *principal,
+                                  UserCache *cache = nullptr, long long now = 0);
 
 const char *peer_kind_name(PeerKind kind);  // "root", "proxy", "self"
 

@@ -352,7 +352,8 @@ void Front::request_complete(Connection &c) {
   c.facts = std::move(check.facts);
   const char *op = wire::operation_name(c.facts.type);
   const std::string cls = log_text(c.facts.class_name);
-  switch (decide_principal(config_.admission, c.peer, c.facts.principal, &c.principal)) {
+  switch (decide_principal(config_.admission, c.peer, c.facts.principal, &c.principal, &users_,
+                           now_ms())) {
     case PrincipalVerdict::kServe:
       break;
     case PrincipalVerdict::kMissing:

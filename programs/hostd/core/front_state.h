@@ -63,7 +63,7 @@ struct WorkerChannel {
   Deadline silence;          // the provider must produce something before this
   Deadline total;            // the request must be done before this
   Deadline kill_at;          // a retiring worker must be gone before this
-  long long cpu_base_ms = 0;  // CPU time at the start of the request
+  long long cpu_base_ms = -1;  // CPU time when first watched during the request (-1: not yet)
   bool paused = false;       // not read while its client's output is full
   bool eof = false;          // the worker ended the channel
   uint32_t events = 0;
@@ -137,6 +137,7 @@ class Front {
   WorkerPool pool_;
   std::size_t buffered_ = 0;
   RefusalLimiter refusals_;
+  UserCache users_;
   long long refusals_flushed_ = 0;
   int next_connection_ = 1;
 };

@@ -128,8 +128,9 @@ void Front::hand_over(Connection &c, WorkerChannel &ch) {
   ch.total = config_.request_deadline > 0
                  ? Deadline::at_ms(now + config_.request_deadline * 1000LL)
                  : Deadline();
-  ProcessUsage usage;
-  ch.cpu_base_ms = read_usage(ch.pid, &usage) ? usage.cpu_ms : 0;
+  // The CPU time the worker has used so far is read at the first watch (most requests are done
+  // before it): what a request uses before then is not counted against its limit.
+  ch.cpu_base_ms = -1;
   HOSTD_TRACE("%s: worker %d serves it", c.what.c_str(), static_cast<int>(ch.pid));
   flush_worker(ch);
   watch_connection(c);
@@ -370,6 +371,7 @@ void Front::check_workers(long long now) {
     } else if (watch) {
       ProcessUsage usage;
       if (!read_usage(ch->pid, &usage)) continue;
+      if (ch->cpu_base_ms < 0) ch->cpu_base_ms = usage.cpu_ms;
       if (config_.worker_cpu > 0 && usage.cpu_ms - ch->cpu_base_ms > config_.worker_cpu * 1000LL) {
         kill_worker(*ch, "used more than " + std::to_string(config_.worker_cpu) +
                              " s of CPU time");

@@ -59,8 +59,44 @@ bool read_usage(pid_t pid, ProcessUsage *usage) {
   return true;
 }
 
+namespace {
+
+// The kernel's own list of children, one file per thread of the parent; false when this kernel
+// does not keep it.
+bool children_from_task_files(pid_t parent, std::vector<pid_t> *children) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/%d/task", static_cast<int>(parent));
+  DIR *tasks = opendir(path);
+  if (tasks == nullptr) return false;
+  bool found_any_file = false;
+  while (struct dirent *entry = readdir(tasks)) {
+    if (entry->d_name[0] == '.') continue;
+    std::string file = std::string(path) + "/" + entry->d_name + "/children";
+    int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) continue;
+    found_any_file = true;
+    std::string text;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = read(fd, buffer, sizeof buffer)) > 0) text.append(buffer, static_cast<std::size_t>(n));
+    close(fd);
+    const char *at = text.c_str();
+    char *end = nullptr;
+    for (long pid = std::strtol(at, &end, 10); end != at; pid = std::strtol(at, &end, 10)) {
+      if (pid > 0) children->push_back(static_cast<pid_t>(pid));
+      at = end;
+    }
+  }
+  closedir(tasks);
+  return found_any_file;
+}
+
+}  // namespace
+
 std::vector<pid_t> children_of(pid_t parent) {
   std::vector<pid_t> children;
+  if (children_from_task_files(parent, &children)) return children;
+  children.clear();
   DIR *proc = opendir("/proc");
   if (proc == nullptr) return children;
   while (struct dirent *entry = readdir(proc)) {

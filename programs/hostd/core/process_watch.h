@@ -16,7 +16,9 @@ struct ProcessUsage {
 // false when the process is gone (or /proc cannot be read).
 bool read_usage(pid_t pid, ProcessUsage *usage);
 
-// The processes whose parent is parent (a scan of /proc).
+// The processes whose parent is parent: the kernel's list of each of its threads' children
+// (/proc/<pid>/task/<tid>/children), or a scan of all of /proc where the kernel keeps no such
+// list.
 std::vector<pid_t> children_of(pid_t parent);
 
 }  // namespace hostd

@@ -20,6 +20,7 @@
 #include "log.h"
 #include "mi_call.h"
 #include "response_frames.h"
+#include "schema_cache.h"
 #include "log_text.h"
 #include "streaming_result.h"
 #include "wire.h"
@@ -74,8 +75,9 @@ class StatusHolder {
 // One request from document to final frames.
 class Serving {
  public:
-  Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers)
-      : principal_(principal), sink_(sink), providers_(providers) {}
+  Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers,
+          SchemaCache &schema)
+      : principal_(principal), sink_(sink), providers_(providers), schema_(schema) {}
   std::string run(const std::string &document);
 
  private:
@@ -88,6 +90,7 @@ class Serving {
   const Principal &principal_;
   FrameSink *sink_;
   ProviderCache &providers_;
+  SchemaCache &schema_;
   RequestPtr request_;
   const wire::Operation *op_ = nullptr;
   std::string class_name_;
@@ -159,11 +162,6 @@ std::string Serving::with_provider() {
                 type == INVOKEMETHOD ? "method name" : "query");
     return fail(CMPI_RC_ERR_INVALID_PARAMETER);
   }
-  std::string why;
-  if (!schema_database_opens(schema_database_path(), &why)) {
-    HOSTD_ERROR("request failed: the schema database cannot be opened: %s", why.c_str());
-    return fail(CMPI_RC_ERR_FAILED);
-  }
   // Associations are served by the association class's provider when the request names one.
   std::string served_class = class_name_;
   const CMAssocReq *assoc = req->assocref;
@@ -171,14 +169,20 @@ std::string Serving::with_provider() {
       *assoc->AssocClass != '\0') {
     served_class = assoc->AssocClass;
   }
-  char *provider_name = GetProviderName(served_class.c_str());
-  if (provider_name == nullptr) {
-    HOSTD_ERROR("request failed: class %s has no provider in the schema database",
-                log_text(served_class).c_str());
-    return fail(CMPI_RC_ERR_INVALID_CLASS);
+  std::string why;
+  std::string provider;
+  bool persistent = false;
+  switch (schema_.provider_of(schema_database_path(), served_class, &provider, &persistent, &why)) {
+    case SchemaCache::Lookup::kUnreadable:
+      HOSTD_ERROR("request failed: the schema database cannot be opened: %s", why.c_str());
+      return fail(CMPI_RC_ERR_FAILED);
+    case SchemaCache::Lookup::kNoProvider:
+      HOSTD_ERROR("request failed: class %s has no provider in the schema database",
+                  log_text(served_class).c_str());
+      return fail(CMPI_RC_ERR_INVALID_CLASS);
+    case SchemaCache::Lookup::kFound:
+      break;
   }
-  const std::string provider = provider_name;
-  std::free(provider_name);
   const std::string library = provider_library_path(provider);
   struct stat st;
   if (stat(library.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
@@ -186,8 +190,6 @@ std::string Serving::with_provider() {
                 library.c_str(), log_text(provider).c_str(), log_text(served_class).c_str());
     return fail(CMPI_RC_ERR_INVALID_CLASS);
   }
-  const bool persistent =
-      GetProviderUnloadStatus(const_cast<char *>(served_class.c_str()), 1) == 1;
   HOSTD_TRACE("worker for %s: serving request type %d as %s (uid %u) with provider %s", cls, type,
               principal_.name.c_str(), static_cast<unsigned>(geteuid()), provider.c_str());
 
@@ -299,7 +301,7 @@ std::string Serving::last_frames(const CMPIStatus &st_in, const StreamingResult 
 RequestService::~RequestService() { retire(); }
 
 std::string RequestService::serve(const std::string &document) {
-  Serving serving(principal_, sink_, providers_);
+  Serving serving(principal_, sink_, providers_, schema_);
   return serving.run(document);
 }
 

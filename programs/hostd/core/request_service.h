@@ -5,7 +5,8 @@
 //  1. parses it with the library's doDeserialization, as that user;
 //  2. answers GetClass itself from the schema database;
 //  3. otherwise finds the provider (GetProviderName for the class, or for the association class
-//     of an Associators request that names one; "<provider dir>lib<name>.so"), takes its MI
+//     of an Associators request that names one, kept in a SchemaCache while the database file
+//     is unchanged; "<provider dir>lib<name>.so"), takes its MI
 //     from the provider cache (kept loaded when the class is marked UnloadNever);
 //  4. calls the MI with a context holding "CMPIPrincipal", "CMPIInitNameSpace" (the request's
 //     namespace) and "CMPIInvocationFlags" (0: the protocol carries no flags) and a
@@ -22,6 +23,7 @@
 #include "admission.h"
 #include "frame_sink.h"
 #include "provider_cache.h"
+#include "schema_cache.h"
 
 namespace hostd {
 
@@ -41,6 +43,7 @@ class RequestService {
   const Principal &principal_;
   FrameSink *sink_;
   ProviderCache providers_;
+  SchemaCache schema_;
 };
 
 }  // namespace hostd

@@ -1,0 +1,60 @@
+// schema_cache.cpp - provider look-ups kept while the schema database is unchanged.
+#include "schema_cache.h"
+
+#include <cmpiutility/schema.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "class_definition.h"
+
+namespace hostd {
+
+bool SchemaCache::same_file(const struct stat &st) const {
+  return stamped_ && st.st_dev == stamp_.st_dev && st.st_ino == stamp_.st_ino &&
+         st.st_size == stamp_.st_size && st.st_mtim.tv_sec == stamp_.st_mtim.tv_sec &&
+         st.st_mtim.tv_nsec == stamp_.st_mtim.tv_nsec &&
+         st.st_ctim.tv_sec == stamp_.st_ctim.tv_sec &&
+         st.st_ctim.tv_nsec == stamp_.st_ctim.tv_nsec;
+}
+
+SchemaCache::Lookup SchemaCache::provider_of(const std::string &database,
+                                             const std::string &class_name,
+                                             std::string *provider, bool *persistent,
+                                             std::string *why) {
+  struct stat st;
+  if (stat(database.c_str(), &st) != 0) {
+    entries_.clear();
+    stamped_ = false;
+    // The database's own reason (what SQLite says), as the uncached look-up gives it.
+    if (schema_database_opens(database, why)) *why = database + ": " + std::strerror(errno);
+    return Lookup::kUnreadable;
+  }
+  if (!same_file(st)) {
+    entries_.clear();
+    stamp_ = st;
+    stamped_ = true;
+  }
+  auto known = entries_.find(class_name);
+  if (known == entries_.end()) {
+    // GetProviderName ends the process when the database cannot be read (kept for its
+    // callers), so the database is tried first.
+    if (!schema_database_opens(database, why)) return Lookup::kUnreadable;
+    Entry entry;
+    char *name = GetProviderName(class_name.c_str());
+    if (name != nullptr) {
+      entry.found = true;
+      entry.provider = name;
+      std::free(name);
+      entry.persistent = GetProviderUnloadStatus(const_cast<char *>(class_name.c_str()), 1) == 1;
+    }
+    known = entries_.emplace(class_name, entry).first;
+  }
+  if (!known->second.found) return Lookup::kNoProvider;
+  *provider = known->second.provider;
+  *persistent = known->second.persistent;
+  return Lookup::kFound;
+}
+
+}  // namespace hostd
