@@ -241,13 +241,18 @@ void Front::watch_connection(Connection &c) {
   uint32_t events = 0;
   if (c.phase == Connection::Phase::kReading) events |= EPOLLIN;
   if (c.out.pending() > 0 && !c.client_gone) events |= EPOLLOUT;
-  if (c.registered && events == c.events) return;
+  watch(c.fd, tag(Tag::kConnection, c.id), events, &c.registered, &c.events);
+}
+
+// Tells epoll what to report for fd, with one call and only when it changes.
+void Front::watch(int fd, uint64_t data, uint32_t events, bool *registered, uint32_t *current) {
+  if (*registered && events == *current) return;
   struct epoll_event ev = {};
   ev.events = events;
-  ev.data.u64 = tag(Tag::kConnection, c.id);
-  epoll_ctl(epoll_fd_, c.registered ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, c.fd, &ev);
-  c.registered = true;
-  c.events = events;
+  ev.data.u64 = data;
+  epoll_ctl(epoll_fd_, *registered ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &ev);
+  *registered = true;
+  *current = events;
 }
 
 void Front::on_connection(Connection &c, uint32_t events) {

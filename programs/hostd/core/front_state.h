@@ -91,6 +91,7 @@ class Front {
   void flush(Connection &c);
   void close_connection(int id);
   void watch_connection(Connection &c);
+  void watch(int fd, uint64_t data, uint32_t events, bool *registered, uint32_t *current);
   void check_connections(long long now);
   bool log_refusal(const PeerCredentials &peer);
   void begin_shutdown();

@@ -141,13 +141,7 @@ void Front::watch_worker(WorkerChannel &ch) {
   uint32_t events = 0;
   if (!ch.paused && !ch.eof) events |= EPOLLIN;
   if (ch.out.pending() > 0) events |= EPOLLOUT;
-  if (ch.registered && events == ch.events) return;
-  struct epoll_event ev = {};
-  ev.events = events;
-  ev.data.u64 = tag(Tag::kWorker, ch.id);
-  epoll_ctl(epoll_fd_, ch.registered ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, ch.fd, &ev);
-  ch.registered = true;
-  ch.events = events;
+  watch(ch.fd, tag(Tag::kWorker, ch.id), events, &ch.registered, &ch.events);
 }
 
 void Front::flush_worker(WorkerChannel &ch) {
