@@ -141,6 +141,8 @@ TEST_F(WireValues, RealsPassThroughSinglePrecision) {
 TEST_F(WireValues, Char16IsNeitherWrittenNorRead) {
   EXPECT_EQ(round_trip("Initial", R"({"DataState":0,"DataType":3,"Value":65})"),
             R"("Initial":{"DataState":0,"DataType":3})");
+  EXPECT_EQ(round_trip("Initial", R"({"DataState":256,"DataType":3})"),
+            R"("Initial":{"DataState":256,"DataType":3})");
   const std::string done = R"("__ReturnValue":{"DataType":160,"Value":0})";
   const std::string speed = R"("DesiredSpeed":{"DataType":160,"Value":100})";
   EXPECT_NE(set_speed(speed + R"(,"C":{"DataType":3,"Value":65})").find(done), std::string::npos);
