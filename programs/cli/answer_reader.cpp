@@ -6,6 +6,7 @@
 
 #include "cli_error.h"
 #include "frame_counter.h"
+#include "frame_view.h"
 #include "piece_decoder.h"
 
 namespace cli {
@@ -33,6 +34,19 @@ bool next_piece(PieceSource &source, const char **piece, bool ends_at_close, boo
   throw ConnectionError("the daemon closed the connection before the answer was complete");
 }
 
+// Takes the data frames of a non-enumeration answer: the instance's frame, and the status message
+// a status frame carries in place of what the tokenizer reported.
+void take_frames(Answer *answer, Outcome *outcome) {
+  for (const Json::Value &frame : answer->frames) {
+    if (frame.isObject() && frame.isMember("InstanceProps")) answer->instance_frame = frame;
+    std::string message;
+    if (outcome->code != CMPI_RC_OK && frame_status_message(frame, &message)) {
+      outcome->message = message;
+    }
+  }
+  answer->frames.clear();
+}
+
 }  // namespace
 
 Answer read_answer(PieceSource &source, const wire::Operation &op, Output &out) {
@@ -42,11 +56,14 @@ Answer read_answer(PieceSource &source, const wire::Operation &op, Output &out) 
   CarrySlot carry;
   uint32_t complete = 0;
   FrameCounter frames;
+  FrameSplitter splitter;
   const char *piece = nullptr;
   while (next_piece(source, &piece, ends_at_close, frames.total() > 0)) {
     // Only an answer that ends at the close needs to know where its frames end.
     const bool frame_ended = ends_at_close && frames.add(piece) > 0;
+    splitter.add(piece, &answer.frames);
     Outcome outcome = decode_piece(op, piece, &carry.text, &complete, &answer, out);
+    if (op.tokenizer != wire::Tokenizer::kEnum) take_frames(&answer, &outcome);
     if (ends_at_close) {
       if (frame_ended) answer.status = std::move(outcome);
       continue;

@@ -17,7 +17,10 @@
 #ifndef CMPI_CLI_ANSWER_READER_H
 #define CMPI_CLI_ANSWER_READER_H
 
+#include <json/json.h>
+
 #include <cstdint>
+#include <deque>
 #include <string>
 
 #include "cmpi_build.h"
@@ -40,9 +43,15 @@ struct Outcome {
 //   kGetClass  cls, the same
 //   kInvoke    out (the output arguments, the return value among them) and return_type
 //   kSet, kCreate  status, the answer's status (always OK: any other is thrown)
+// Beside the tokenizer, every data frame is read as JSON (frame_view.h): an enumeration hands
+// each result on with its frame, a GetInstance keeps the instance's frame in instance_frame, and
+// a status message that a frame carries is the message of the outcome, also where the tokenizer
+// drops it (GetInstance and GetClass status frames).
 struct Answer {
   Outcome status;
   InstancePtr instance;
+  Json::Value instance_frame;          // the frame of instance (null when none)
+  std::deque<Json::Value> frames;      // data frames read but not yet taken
   ClassPtr cls;
   ArgsPtr out;
   uint32_t return_type = 0;

@@ -52,8 +52,10 @@ const char kValueSyntax[] = R"(Properties and method arguments:
 
 const char kOutput[] = R"(Output:
   Text: an instance as "instance of CLASS {" with one "Name = value;" line per
-  property (strings quoted, arrays as {a, b}, references as their path, embedded
-  instances nested, NULL for null); enum-names one path per line; invoke
+  property, as the answer carried it (strings quoted, arrays as {a, b}, an empty
+  array as {}, references as their path, embedded instances nested, NULL for null,
+  (char16, no value carried) for a char16 property, whose value the answer never
+  holds); enum-names one path per line; invoke
   "ReturnValue = v;" and one line per output argument; modify/delete
   "Status = CMPI_RC_OK;"; create "Created = PATH;" and the status. A progress
   line goes to standard error during long enumerations when it is a terminal.
@@ -69,7 +71,10 @@ const char kOutput[] = R"(Output:
     INSTANCE = {"className", "namespace", "properties": {NAME: VALUE...}}
     VALUE    = {"type": "uint32", "value": 4200}   (value null when null; arrays as
                JSON arrays, type "string[]"; a reference's value is a PATH, an
-               embedded instance's an INSTANCE; date-times and char16 as strings)
+               embedded instance's an INSTANCE; date-times and char16 as strings;
+               an empty array is []; a value the answer does not carry, such as
+               any char16 property, is {"type": "char16", "value": null,
+               "carried": false})
     PATH     = {"path": TEXT, "namespace", "className", "keys": {NAME: value...}}
     STATUS   = {"code": 0, "name": "CMPI_RC_OK", "message": TEXT or null}
   On failure the document holds what arrived before it and
@@ -79,7 +84,9 @@ const char kOutput[] = R"(Output:
 const char kExitStatus[] = R"(Exit status:
   0  success
   1  the operation failed with a CMPI return code; standard error shows
-     "CMPI_RC_<NAME>: <message>" (local calls that return nothing also end so)
+     "CMPI_RC_<NAME>: <message>", the message being the provider's own when the
+     answer carried one, else a description of the code (local calls that
+     return nothing also end so)
   2  usage error: unknown subcommand or option, bad path or value syntax
   3  connection error: the daemon cannot be reached, or the connection broke or
      ended before the answer was complete, or the answer could not be decoded

@@ -41,11 +41,11 @@ void Output::counted() {
   }
 }
 
-void Output::add_instance(const CMPIInstance *inst) {
+void Output::add_instance(const CMPIInstance *inst, const Json::Value &props) {
   if (json_) {
-    document_[list_].append(instance_json(inst));
+    document_[list_].append(instance_json(inst, props));
   } else {
-    text((count_ > 0 ? "\n" : "") + instance_text(inst));
+    text((count_ > 0 ? "\n" : "") + instance_text(inst, 0, true, props));
   }
   counted();
 }

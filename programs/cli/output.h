@@ -30,7 +30,8 @@ class Output {
   // A list of results under a member ("instances", "paths"): each item is printed at once in
   // text mode (instances separated by a blank line) and appended in JSON mode.
   void start_list(const std::string &name);
-  void add_instance(const CMPIInstance *inst);
+  // props: the "InstanceProps" of the instance's frame (null: show the instance as decoded).
+  void add_instance(const CMPIInstance *inst, const Json::Value &props = Json::Value());
   void add_path(const CMPIObjectPath *path);
   std::size_t count() const { return count_; }
 

@@ -4,6 +4,7 @@
 #include <cmpiutility/stream.h>
 
 #include <exception>
+#include <utility>
 #include <string>
 
 #include "cli_error.h"
@@ -28,8 +29,16 @@ auto decode(Call call) -> decltype(call()) {
   }
 }
 
+// The next data frame of an enumeration (a null value when there is none).
+Json::Value next_frame(Answer *answer) {
+  if (answer->frames.empty()) return Json::Value();
+  Json::Value frame = std::move(answer->frames.front());
+  answer->frames.pop_front();
+  return frame;
+}
+
 Outcome decode_enumeration(const wire::Operation &op, const char *piece, char **carry,
-                           uint32_t *complete, Output &out) {
+                           uint32_t *complete, Answer *answer, Output &out) {
   const CMPIType element = op.results == wire::Results::kPaths ? CMPI_ref : CMPI_instance;
   CMPIStatus made = {CMPI_RC_OK, nullptr};
   ArrayPtr array(makeNewCMPIArray(0, element, &made));
@@ -40,11 +49,13 @@ Outcome decode_enumeration(const wire::Operation &op, const char *piece, char **
   for (CMPICount i = 0; i < n; ++i) {
     OwnedData d(CMGetArrayElementAt(array.get(), i, nullptr));
     const CMPIValue value = d.value();
+    // Each result came in one data frame, in order.
+    const Json::Value frame = next_frame(answer);
     if (d.is_null()) continue;
     if (element == CMPI_ref) {
       if (value.ref != nullptr) out.add_path(value.ref);
     } else if (value.inst != nullptr) {
-      out.add_instance(value.inst);
+      out.add_instance(value.inst, frame["InstanceProps"]);
     }
   }
   return outcome;
@@ -111,7 +122,7 @@ Outcome decode_piece(const wire::Operation &op, const char *piece, char **carry,
                      uint32_t *complete, Answer *answer, Output &out) {
   switch (op.tokenizer) {
     case wire::Tokenizer::kEnum:
-      return decode_enumeration(op, piece, carry, complete, out);
+      return decode_enumeration(op, piece, carry, complete, answer, out);
     case wire::Tokenizer::kGet:
       return decode_instance(piece, carry, complete, answer);
     case wire::Tokenizer::kGetClass:

@@ -67,8 +67,9 @@ void run_get(const Invocation &inv, Output &out) {
   check_sendable(parsed, {}, inv.command);
   Request request(inv.user, GETINST, build(parsed, inv), nullptr, nullptr, nullptr, "");
   const Answer answer = exchange(inv, request, out);
-  out.member("instance", instance_json(answer.instance.get()));
-  out.text(instance_text(answer.instance.get()));
+  const Json::Value &props = answer.instance_frame["InstanceProps"];
+  out.member("instance", instance_json(answer.instance.get(), props));
+  out.text(instance_text(answer.instance.get(), 0, true, props));
 }
 
 void run_get_class(const Invocation &inv, Output &out) {

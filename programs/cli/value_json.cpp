@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "cmpi_build.h"
+#include "frame_view.h"
 #include "status_names.h"
 #include "value_syntax.h"
 
@@ -91,17 +92,58 @@ Json::Value data_json(CMPIType type, CMPIValue value, bool is_null) {
   return out;
 }
 
-Json::Value instance_json(const CMPIInstance *inst) {
+namespace {
+
+// One property as its frame carried it (see instance_text).
+Json::Value carried_json(const CMPIInstance *inst, const std::string &name,
+                         const Json::Value &value_object) {
+  const WireValue wire = wire_value(value_object);
+  const CMPIType type = static_cast<CMPIType>(wire.type);
+  Json::Value out(Json::objectValue);
+  out["type"] = type_name(type);
+  if (wire.is_null) {
+    out["value"] = Json::Value();
+    return out;
+  }
+  if (wire.empty_array) {
+    out["value"] = Json::Value(Json::arrayValue);
+    return out;
+  }
+  CMPIStatus found = {CMPI_RC_OK, nullptr};
+  OwnedData d(CMGetProperty(inst, name.c_str(), &found));
+  if (found.rc != CMPI_RC_OK || wire.value_missing) {
+    out["value"] = Json::Value();
+    out["carried"] = false;
+    return out;
+  }
+  const CMPIValue value = d.value();
+  if (d.type() == CMPI_instance && !d.is_null() && value.inst != nullptr) {
+    out["type"] = type_name(d.type());
+    out["value"] = instance_json(value.inst, value_object["CMPIInstance"]["InstanceProps"]);
+    return out;
+  }
+  return data_json(d.type(), value, d.is_null());
+}
+
+}  // namespace
+
+Json::Value instance_json(const CMPIInstance *inst, const Json::Value &props) {
   Json::Value out(Json::objectValue);
   PathPtr path(CMGetObjectPath(inst, nullptr));
   out["className"] = path ? take_text(CMGetClassName(path.get(), nullptr)) : std::string();
   out["namespace"] = path ? take_text(CMGetNameSpace(path.get(), nullptr)) : std::string();
   Json::Value properties(Json::objectValue);
-  const CMPICount n = CMGetPropertyCount(inst, nullptr);
-  for (CMPICount i = 0; i < n; ++i) {
-    CMPIString *name = nullptr;
-    OwnedData d(CMGetPropertyAt(inst, i, &name, nullptr));
-    properties[take_text(name)] = data_json(d.type(), d.value(), d.is_null());
+  if (props.isObject()) {
+    for (const std::string &name : props.getMemberNames()) {
+      properties[name] = carried_json(inst, name, props[name]);
+    }
+  } else {
+    const CMPICount n = CMGetPropertyCount(inst, nullptr);
+    for (CMPICount i = 0; i < n; ++i) {
+      CMPIString *name = nullptr;
+      OwnedData d(CMGetPropertyAt(inst, i, &name, nullptr));
+      properties[take_text(name)] = data_json(d.type(), d.value(), d.is_null());
+    }
   }
   out["properties"] = properties;
   return out;

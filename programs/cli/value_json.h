@@ -27,7 +27,9 @@
 namespace cli {
 
 Json::Value data_json(CMPIType type, CMPIValue value, bool is_null);
-Json::Value instance_json(const CMPIInstance *inst);
+// props: as for instance_text; a value its frame does not carry is
+// {"type": "char16", "value": null, "carried": false}.
+Json::Value instance_json(const CMPIInstance *inst, const Json::Value &props = Json::Value());
 Json::Value path_json(const ParsedPath &path);
 Json::Value path_json(const CMPIObjectPath *path);
 Json::Value status_json(int code, const std::string &message);

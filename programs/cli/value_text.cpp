@@ -9,6 +9,7 @@
 #include <cmath>
 
 #include "cmpi_build.h"
+#include "frame_view.h"
 #include "value_syntax.h"
 
 namespace cli {
@@ -160,14 +161,47 @@ std::string data_text(CMPIType type, CMPIValue value, bool is_null, int indent) 
   return scalar_text(type, value, indent);
 }
 
-std::string instance_text(const CMPIInstance *inst, int indent, bool top_level) {
+std::string not_carried_text(CMPIType type) {
+  return "(" + type_name(type) + ", no value carried)";
+}
+
+namespace {
+
+// One property as its frame carried it (see instance_text).
+std::string carried_text(const CMPIInstance *inst, const std::string &name,
+                         const Json::Value &value_object, int indent) {
+  const WireValue wire = wire_value(value_object);
+  const CMPIType type = static_cast<CMPIType>(wire.type);
+  if (wire.is_null) return "NULL";
+  if (wire.empty_array) return "{}";
+  CMPIStatus found = {CMPI_RC_OK, nullptr};
+  OwnedData d(CMGetProperty(inst, name.c_str(), &found));
+  if (found.rc != CMPI_RC_OK || wire.value_missing) return not_carried_text(type);
+  const CMPIValue value = d.value();
+  if (d.type() == CMPI_instance && !d.is_null() && value.inst != nullptr) {
+    return instance_text(value.inst, indent, false, value_object["CMPIInstance"]["InstanceProps"]);
+  }
+  return data_text(d.type(), value, d.is_null(), indent);
+}
+
+}  // namespace
+
+std::string instance_text(const CMPIInstance *inst, int indent, bool top_level,
+                          const Json::Value &props) {
   std::string out = "instance of " + instance_class(inst) + " {\n";
-  const CMPICount n = CMGetPropertyCount(inst, nullptr);
-  for (CMPICount i = 0; i < n; ++i) {
-    CMPIString *name = nullptr;
-    OwnedData d(CMGetPropertyAt(inst, i, &name, nullptr));
-    out += spaces(indent + 4) + take_text(name) + " = " +
-           data_text(d.type(), d.value(), d.is_null(), indent + 4) + ";\n";
+  if (props.isObject()) {
+    for (const std::string &name : props.getMemberNames()) {
+      out += spaces(indent + 4) + name + " = " +
+             carried_text(inst, name, props[name], indent + 4) + ";\n";
+    }
+  } else {
+    const CMPICount n = CMGetPropertyCount(inst, nullptr);
+    for (CMPICount i = 0; i < n; ++i) {
+      CMPIString *name = nullptr;
+      OwnedData d(CMGetPropertyAt(inst, i, &name, nullptr));
+      out += spaces(indent + 4) + take_text(name) + " = " +
+             data_text(d.type(), d.value(), d.is_null(), indent + 4) + ";\n";
+    }
   }
   out += spaces(indent) + "}";
   if (top_level) out += ";\n";

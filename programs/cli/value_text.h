@@ -20,6 +20,8 @@
 #include <cmpidt.h>
 #include <cmpiinterface.h>
 
+#include <json/json.h>
+
 #include <string>
 #include <vector>
 
@@ -48,7 +50,17 @@ std::string real_text(double value, bool single);
 
 // The instance block, its lines indented by indent, ending in "};" and a newline when top_level
 // (an embedded one ends in "}" for the caller's ";").
-std::string instance_text(const CMPIInstance *inst, int indent = 0, bool top_level = true);
+//
+// props, when it is an object, is the "InstanceProps" of the frame the instance came in, and the
+// block then shows what that frame carried, property by property in its order: a null
+// ("DataState":256) as NULL also where the decoded value is not null (a null string), an empty
+// array as {} (the decoded one is null), a value that the frame does not carry (char16) as
+// kNotCarried, and embedded instances with their own part of the frame.
+std::string instance_text(const CMPIInstance *inst, int indent = 0, bool top_level = true,
+                          const Json::Value &props = Json::Value());
+
+// The text standing for a value that its frame does not carry: "(char16, no value carried)".
+std::string not_carried_text(CMPIType type);
 
 // "Name = value;\n" for every argument, except the one named skip.
 std::string args_text(const CMPIArgs *args, const std::string &skip);

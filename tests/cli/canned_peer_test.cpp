@@ -4,11 +4,13 @@
 #include <cmpiutility/request.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <json/json.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cstring>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -16,6 +18,7 @@
 #include "cli.h"
 #include "cli_error.h"
 #include "cmpi_build.h"
+#include "corpus_file.h"
 #include "log_capture.h"
 
 namespace {
@@ -263,6 +266,146 @@ TEST(CannedPeer, ConnectFailureIsLoggedByTheLibrary) {
                               {Enter("clientConnectServersock"),
                                Error("Error: client connect 'No such file or directory'"),
                                Exit("clientConnectServersock")}));
+}
+
+}  // namespace
+
+// ---- what the frames carried ---------------------------------------------------------------
+// The answers below are the daemon's own, from the captured exchanges in docs/protocol/.
+
+namespace {
+
+// The answer to request number index (from 0) of a case file of docs/protocol/.
+std::string captured_answer(const std::string &name, std::size_t index) {
+  std::ifstream in(std::string(CORPUS_DIR) + "/" + name, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  corpus::CaseFile file;
+  std::string error;
+  EXPECT_TRUE(corpus::parse(text.str(), &file, &error)) << name << ": " << error;
+  if (index >= file.exchanges.size()) {
+    ADD_FAILURE() << name << " has no request " << index;
+    return std::string();
+  }
+  return file.exchanges[index].response;
+}
+
+Json::Value parse_document(const std::string &text) {
+  Json::Value doc;
+  std::istringstream in(text);
+  in >> doc;
+  return doc;
+}
+
+const char kFan1[] = "Demo_Fan.DeviceID=\"fan1\",SystemName=\"bmc0\"";
+
+bool has_line(const std::string &out, const std::string &line) {
+  return out.find(line) != std::string::npos;
+}
+
+TEST(CapturedAnswers, ANullStringIsShownAsNull) {
+  CannedPeer peer(captured_answer("null-string.txt", 1));
+  Ran r = run({"get", kFan1}, peer.path());
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has_line(r.out, "    Notes = NULL;\n")) << r.out;
+  EXPECT_TRUE(has_line(r.out, "    Name = \"abc\";\n")) << r.out;
+  EXPECT_TRUE(has_line(r.out, "    HealthState = 5;\n")) << r.out;
+
+  CannedPeer again(captured_answer("null-string.txt", 3));
+  Ran empty = run({"--json", "get", kFan1}, again.path());
+  ASSERT_EQ(empty.status, 0) << empty.err;
+  const Json::Value props = parse_document(empty.out)["instance"]["properties"];
+  EXPECT_EQ(props["Notes"]["type"].asString(), "string");
+  EXPECT_TRUE(props["Notes"]["value"].isString());
+  EXPECT_EQ(props["Notes"]["value"].asString(), "");
+  EXPECT_EQ(props["Name"]["value"].asString(), "null");
+}
+
+TEST(CapturedAnswers, EmptyAndNullArraysStayApart) {
+  CannedPeer empty(captured_answer("array-empty-and-null.txt", 0));
+  Ran r = run({"get", kFan1}, empty.path());
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has_line(r.out, "    SpeedHistory = {};\n")) << r.out;
+  EXPECT_TRUE(has_line(r.out, "    Tags = {\"rear\", \"exhaust\"};\n")) << r.out;
+
+  CannedPeer null_tags(captured_answer("array-empty-and-null.txt", 4));
+  Ran n = run({"--json", "get", kFan1}, null_tags.path());
+  ASSERT_EQ(n.status, 0) << n.err;
+  const Json::Value props = parse_document(n.out)["instance"]["properties"];
+  EXPECT_EQ(props["Tags"]["type"].asString(), "string[]");
+  EXPECT_TRUE(props["Tags"]["value"].isNull());
+  EXPECT_EQ(props["SpeedHistory"]["type"].asString(), "uint32[]");
+  EXPECT_TRUE(props["SpeedHistory"]["value"].isArray());
+  EXPECT_EQ(props["SpeedHistory"]["value"].size(), 0u);
+}
+
+TEST(CapturedAnswers, Char16PropertiesAreShownWithoutAValue) {
+  CannedPeer peer(captured_answer("value-char16.txt", 1));
+  Ran r = run({"get", kFan1}, peer.path());
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has_line(r.out, "    HealthState = 5;\n    Initial = (char16, no value carried);\n"))
+      << r.out;
+
+  CannedPeer json_peer(captured_answer("value-char16.txt", 1));
+  Ran j = run({"--json", "get", kFan1}, json_peer.path());
+  ASSERT_EQ(j.status, 0) << j.err;
+  const Json::Value initial = parse_document(j.out)["instance"]["properties"]["Initial"];
+  EXPECT_EQ(initial["type"].asString(), "char16");
+  EXPECT_TRUE(initial["value"].isNull());
+  EXPECT_FALSE(initial["carried"].asBool());
+  EXPECT_TRUE(initial.isMember("carried"));
+}
+
+TEST(CapturedAnswers, EnumeratedInstancesShowTheirFramesToo) {
+  CannedPeer peer(captured_answer("op-06-associators.txt", 0));
+  Ran r = run({"associators", "Demo_Chassis.Tag=\"chassis0\""}, peer.path());
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has_line(r.out, "    Initial = (char16, no value carried);\n")) << r.out;
+  EXPECT_TRUE(has_line(r.out, "    Notes = NULL;\n")) << r.out;  // fan0 has no notes
+  EXPECT_TRUE(has_line(r.out, "    Sensor = instance of Demo_Sensor {\n        Reading = 35;\n"))
+      << r.out;
+}
+
+TEST(CapturedAnswers, TheProvidersMessageStandsBesideTheCode) {
+  CannedPeer missing(captured_answer("op-03-get-instance-not-found.txt", 0));
+  Ran r = run({"get", "Demo_Fan.DeviceID=\"fan7\",SystemName=\"bmc0\""}, missing.path());
+  EXPECT_EQ(r.status, cli::kExitCimError);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err,
+            "CMPI_RC_ERR_NOT_FOUND: Demo_Fan DeviceID=\"fan7\",SystemName=\"bmc0\" does not exist\n");
+
+  CannedPeer json_peer(captured_answer("op-03-get-instance-not-found.txt", 0));
+  Ran j = run({"--json", "get", "Demo_Fan.DeviceID=\"fan7\",SystemName=\"bmc0\""},
+              json_peer.path());
+  EXPECT_EQ(j.status, cli::kExitCimError);
+  const Json::Value error = parse_document(j.out)["error"];
+  EXPECT_EQ(error["code"].asInt(), 6);
+  EXPECT_EQ(error["message"].asString(),
+            "Demo_Fan DeviceID=\"fan7\",SystemName=\"bmc0\" does not exist");
+
+  CannedPeer namespace_peer(captured_answer("error-unknown-namespace.txt", 1));
+  Ran ns = run({"--namespace", "root/other", "get", "Demo_Fan.DeviceID=\"fan0\",SystemName=\"bmc0\""},
+               namespace_peer.path());
+  EXPECT_EQ(ns.status, cli::kExitCimError);
+  EXPECT_EQ(ns.err, "CMPI_RC_ERR_INVALID_NAMESPACE: namespace 'root/other' has no class Demo_Fan\n");
+
+  CannedPeer class_peer(captured_answer("op-10-get-class.txt", 2));
+  Ran c = run({"get-class", "Demo_Nothing"}, class_peer.path());
+  EXPECT_EQ(c.status, cli::kExitCimError);
+  EXPECT_EQ(c.err, "CMPI_RC_ERR_INVALID_CLASS: no such class\n");
+
+  CannedPeer delete_peer(captured_answer("op-08-delete-instance.txt", 1));
+  Ran d = run({"delete", kFan1}, delete_peer.path());
+  EXPECT_EQ(d.status, cli::kExitCimError);
+  EXPECT_EQ(d.err,
+            "CMPI_RC_ERR_NOT_FOUND: Demo_Fan DeviceID=\"fan1\",SystemName=\"bmc0\" does not exist\n");
+}
+
+TEST(CapturedAnswers, AnErrorFrameHasOnlyItsCode) {
+  CannedPeer peer(captured_answer("error-no-provider.txt", 0));
+  Ran r = run({"enum", "Demo_Sensor"}, peer.path());
+  EXPECT_EQ(r.status, cli::kExitCimError);
+  EXPECT_EQ(r.err, "CMPI_RC_ERR_INVALID_CLASS: invalid class\n");
 }
 
 }  // namespace

@@ -291,7 +291,7 @@ TEST_F(CliTest, CreateModifyDelete) {
   CliRun gone = cli({"get", path});
   EXPECT_EQ(gone.status, 1);
   EXPECT_EQ(gone.out, "");
-  EXPECT_EQ(gone.err, "CMPI_RC_ERR_NOT_FOUND: not found\n");
+  EXPECT_EQ(gone.err, "CMPI_RC_ERR_NOT_FOUND: Demo_Chassis Tag=\"chassis1\" does not exist\n");
 }
 
 TEST_F(CliTest, CreateModifyDeleteJson) {
@@ -397,7 +397,7 @@ TEST_F(CliTest, ATerminatorInsideAValueReadsBackExactly) {
   EXPECT_EQ(deleted.out, "Status = CMPI_RC_OK;\n");
   CliRun gone = cli({"get", kEofChassis});
   EXPECT_EQ(gone.status, 1);
-  EXPECT_EQ(gone.err, "CMPI_RC_ERR_NOT_FOUND: not found\n");
+  EXPECT_EQ(gone.err, "CMPI_RC_ERR_NOT_FOUND: Demo_Chassis Tag=\"chassis-eof\" does not exist\n");
 }
 
 // ---- in-process calls ------------------------------------------------------------------------
@@ -492,7 +492,7 @@ TEST_F(CliTest, UnknownClassIsACimError) {
   EXPECT_EQ(run.err, "CMPI_RC_ERR_INVALID_CLASS: invalid class\n");
   CliRun cls = cli({"get-class", "Demo_Nope"});
   EXPECT_EQ(cls.status, 1);
-  EXPECT_EQ(cls.err, "CMPI_RC_ERR_INVALID_CLASS: invalid class\n");
+  EXPECT_EQ(cls.err, "CMPI_RC_ERR_INVALID_CLASS: no such class\n");
   CliRun json = cli({"--json", "get", "Demo_Nope.Id=\"1\""});
   EXPECT_EQ(json.status, 1);
   Json::Value doc = parse_json(json.out);
@@ -505,7 +505,9 @@ TEST_F(CliTest, UnknownClassIsACimError) {
 TEST_F(CliTest, ProviderErrorsAreCimErrors) {
   CliRun missing = cli({"get", "Demo_Fan.DeviceID=\"fan9\",SystemName=\"bmc0\""});
   EXPECT_EQ(missing.status, 1);
-  EXPECT_EQ(missing.err, "CMPI_RC_ERR_NOT_FOUND: not found\n");
+  EXPECT_EQ(missing.err,
+            "CMPI_RC_ERR_NOT_FOUND: Demo_Fan DeviceID=\"fan9\",SystemName=\"bmc0\" does not "
+            "exist\n");
   CliRun json = cli({"--json", "get", "Demo_Fan.DeviceID=\"fan9\",SystemName=\"bmc0\""});
   EXPECT_EQ(json.status, 1);
   Json::Value doc = parse_json(json.out);

@@ -23,7 +23,7 @@ expect '    Model = "X2";'
 expect '    PartComponent = root/cimv2:Demo_Fan.DeviceID="fan1",SystemName="bmc0";'
 expect '    SpeedHistory = {2200, 2300, 2400, 3000};'
 expect "    EffectiveUserID = $(id -u nobody);"
-expect 'CMPI_RC_ERR_NOT_FOUND: not found'
+expect 'CMPI_RC_ERR_NOT_FOUND: Demo_Fan DeviceID="fan9",SystemName="bmc0" does not exist'
 expect 'CMPI_RC_ERR_ACCESS_DENIED: access denied'
 expect 'cmpi-hostd stopped cleanly'
 if [ "$status" -ne 0 ] || [ "$failed" -ne 0 ]; then
