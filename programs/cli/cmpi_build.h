@@ -59,6 +59,11 @@ class OwnedData {
   CMPIData data_;
 };
 
+// Calls visit(name, datum) for each argument of args (none when args is NULL) except the one
+// named skip, in the order the arguments hold them.
+template <class Visit>
+void for_each_argument(const CMPIArgs *args, const std::string &skip, Visit visit);
+
 // The text of a string object ("" for NULL).
 std::string text_of(const CMPIString *string);
 // Takes over a string handed out by a get operation and returns its text.
@@ -72,6 +77,18 @@ PathPtr build_path(const ParsedPath &parsed, const std::string &default_ns);
 // for a value the object library refuses (a date-time it cannot read), CimError when it fails.
 void set_property(CMPIInstance *inst, const ParsedValue &value, const std::string &default_ns);
 void add_argument(CMPIArgs *args, const ParsedValue &value, const std::string &default_ns);
+
+template <class Visit>
+void for_each_argument(const CMPIArgs *args, const std::string &skip, Visit visit) {
+  if (args == nullptr) return;
+  const CMPICount n = args->ft->getArgCount(args, nullptr);
+  for (CMPICount i = 0; i < n; ++i) {
+    CMPIString *name = nullptr;
+    OwnedData d(args->ft->getArgAt(args, i, &name, nullptr));
+    const std::string text = take_text(name);
+    if (text != skip) visit(text, d);
+  }
+}
 
 // Sets every key of path that values does not name as a property of inst: strings and
 // references as such, integers as uint64 (sint64 when negative), reals as real64, booleans as

@@ -81,41 +81,47 @@ void run_get_class(const Invocation &inv, Output &out) {
   out.text(class_text(info));
 }
 
-void run_create(const Invocation &inv, Output &out) {
-  const ParsedPath parsed = instance_argument(inv.arguments[0], inv.command);
+// The instance that create and modify send: the path of the first argument, the properties of
+// the others (for create also the key properties of the path).
+struct InstanceRequest {
+  ParsedPath parsed;
+  PathPtr path;
+  InstancePtr inst;
+};
+
+InstanceRequest instance_request(const Invocation &inv, bool with_keys) {
+  InstanceRequest r;
+  r.parsed = instance_argument(inv.arguments[0], inv.command);
   const std::vector<std::string> texts(inv.arguments.begin() + 1, inv.arguments.end());
   const std::vector<ParsedValue> values = value_arguments(texts, "property", inv.command);
-  check_sendable(parsed, values, inv.command);
-  PathPtr path = build(parsed, inv);
-  InstancePtr inst = make_instance(path.get());
+  check_sendable(r.parsed, values, inv.command);
+  r.path = build(r.parsed, inv);
+  r.inst = make_instance(r.path.get());
   try {
-    set_key_properties(inst.get(), parsed, values, inv.name_space);
-    for (const ParsedValue &value : values) set_property(inst.get(), value, inv.name_space);
+    if (with_keys) set_key_properties(r.inst.get(), r.parsed, values, inv.name_space);
+    for (const ParsedValue &value : values) set_property(r.inst.get(), value, inv.name_space);
   } catch (const SyntaxError &e) {
     throw UsageError(std::string("bad property: ") + e.what(), inv.command);
   }
-  Request request(inv.user, CREATEINST, std::move(path), std::move(inst), nullptr, nullptr, "");
+  return r;
+}
+
+void run_create(const Invocation &inv, Output &out) {
+  InstanceRequest r = instance_request(inv, true);
+  Request request(inv.user, CREATEINST, std::move(r.path), std::move(r.inst), nullptr, nullptr,
+                  "");
   const Outcome outcome = exchange(inv, request, out).status;
   // The tokenizer hands back the status only; the new instance has the path that was asked for.
-  const ParsedPath created = with_namespace(parsed, inv.name_space);
+  const ParsedPath created = with_namespace(r.parsed, inv.name_space);
   out.member("path", path_json(created));
   out.text("Created = " + format_path(created) + ";\n");
   print_status(out, outcome);
 }
 
 void run_modify(const Invocation &inv, Output &out) {
-  const ParsedPath parsed = instance_argument(inv.arguments[0], inv.command);
-  const std::vector<std::string> texts(inv.arguments.begin() + 1, inv.arguments.end());
-  const std::vector<ParsedValue> values = value_arguments(texts, "property", inv.command);
-  check_sendable(parsed, values, inv.command);
-  PathPtr path = build(parsed, inv);
-  InstancePtr inst = make_instance(path.get());
-  try {
-    for (const ParsedValue &value : values) set_property(inst.get(), value, inv.name_space);
-  } catch (const SyntaxError &e) {
-    throw UsageError(std::string("bad property: ") + e.what(), inv.command);
-  }
-  Request request(inv.user, MODIFYINST, std::move(path), std::move(inst), nullptr, nullptr, "");
+  InstanceRequest r = instance_request(inv, false);
+  Request request(inv.user, MODIFYINST, std::move(r.path), std::move(r.inst), nullptr, nullptr,
+                  "");
   print_status(out, exchange(inv, request, out).status);
 }
 

@@ -198,15 +198,9 @@ Json::Value class_json(const ClassInfo &info) {
 
 Json::Value args_json(const CMPIArgs *args, const std::string &skip) {
   Json::Value out(Json::objectValue);
-  if (args == nullptr) return out;
-  const CMPICount n = CMGetArgCount(args, nullptr);
-  for (CMPICount i = 0; i < n; ++i) {
-    CMPIString *name = nullptr;
-    OwnedData d(CMGetArgAt(args, i, &name, nullptr));
-    const std::string text = take_text(name);
-    if (text == skip) continue;
-    out[text] = data_json(d.type(), d.value(), d.is_null());
-  }
+  for_each_argument(args, skip, [&](const std::string &name, const OwnedData &d) {
+    out[name] = data_json(d.type(), d.value(), d.is_null());
+  });
   return out;
 }
 

@@ -210,15 +210,9 @@ std::string instance_text(const CMPIInstance *inst, int indent, bool top_level,
 
 std::string args_text(const CMPIArgs *args, const std::string &skip) {
   std::string out;
-  if (args == nullptr) return out;
-  const CMPICount n = CMGetArgCount(args, nullptr);
-  for (CMPICount i = 0; i < n; ++i) {
-    CMPIString *name = nullptr;
-    OwnedData d(CMGetArgAt(args, i, &name, nullptr));
-    const std::string text = take_text(name);
-    if (text == skip) continue;
-    out += text + " = " + data_text(d.type(), d.value(), d.is_null(), 0) + ";\n";
-  }
+  for_each_argument(args, skip, [&](const std::string &name, const OwnedData &d) {
+    out += name + " = " + data_text(d.type(), d.value(), d.is_null(), 0) + ";\n";
+  });
   return out;
 }
 
