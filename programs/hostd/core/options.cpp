@@ -19,7 +19,7 @@ namespace {
 // Every option once: its name, whether it takes a value, and what it does with it.
 enum class Kind { kFlag, kPath, kText, kList, kNumber };
 
-struct Spec {
+struct OptionRow {
   const char *name;
   Kind kind;
   int base;                 // kNumber
@@ -27,7 +27,7 @@ struct Spec {
   unsigned long long high;  // kNumber
 };
 
-const Spec kSpecs[] = {
+const OptionRow kOptionRows[] = {
     {"socket", Kind::kPath, 0, 0, 0},
     {"mode", Kind::kNumber, 8, 0, 07777},
     {"group", Kind::kText, 0, 0, 0},
@@ -60,7 +60,7 @@ const Spec kSpecs[] = {
     {"help", Kind::kFlag, 0, 0, 0},
     {"version", Kind::kFlag, 0, 0, 0},
 };
-constexpr int kSpecCount = static_cast<int>(sizeof kSpecs / sizeof kSpecs[0]);
+constexpr int kOptionCount = static_cast<int>(sizeof kOptionRows / sizeof kOptionRows[0]);
 
 // A whole non-negative number in the given base within [low, high]; nothing else accepted.
 bool parse_number(const char *text, int base, unsigned long long low, unsigned long long high,
@@ -168,12 +168,12 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
 }  // namespace
 
 ParseOutcome parse_options(int argc, char **argv, Options *options, std::string *error) {
-  struct option longs[kSpecCount + 1];
-  for (int i = 0; i < kSpecCount; ++i) {
-    longs[i] = {kSpecs[i].name, kSpecs[i].kind == Kind::kFlag ? no_argument : required_argument,
+  struct option longs[kOptionCount + 1];
+  for (int i = 0; i < kOptionCount; ++i) {
+    longs[i] = {kOptionRows[i].name, kOptionRows[i].kind == Kind::kFlag ? no_argument : required_argument,
                 nullptr, 256 + i};
   }
-  longs[kSpecCount] = {nullptr, 0, nullptr, 0};
+  longs[kOptionCount] = {nullptr, 0, nullptr, 0};
   // 0, not 1: getopt then starts afresh, forgetting a cluster of short options it was inside
   // and the arguments it moved on an earlier call.
   optind = 0;
@@ -186,12 +186,12 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
       *error = std::string("option '") + argv[optind - 1] + "' needs a value";
       return ParseOutcome::kExitUsage;
     }
-    if (c < 256 || c >= 256 + kSpecCount) {
+    if (c < 256 || c >= 256 + kOptionCount) {
       // getopt tells in optopt what it refused: a short option letter (argv[optind - 1] is not
       // it when more letters follow in the same word), a flag given a value, or 0 for an
       // unknown or ambiguous long option.
-      if (optopt >= 256 && optopt < 256 + kSpecCount) {
-        *error = std::string("option '--") + kSpecs[optopt - 256].name + "' takes no value";
+      if (optopt >= 256 && optopt < 256 + kOptionCount) {
+        *error = std::string("option '--") + kOptionRows[optopt - 256].name + "' takes no value";
       } else if (optopt > 0 && optopt < 256) {
         *error = std::string("unknown option '-") + static_cast<char>(optopt) + "'";
       } else {
@@ -199,14 +199,14 @@ ParseOutcome parse_options(int argc, char **argv, Options *options, std::string 
       }
       return ParseOutcome::kExitUsage;
     }
-    const Spec &spec = kSpecs[c - 256];
-    const std::string name = spec.name;
+    const OptionRow &row = kOptionRows[c - 256];
+    const std::string name = row.name;
     if (name == "help") return ParseOutcome::kShowHelp;
     if (name == "version") return ParseOutcome::kShowVersion;
     unsigned long long n = 0;
-    if (spec.kind == Kind::kNumber && !parse_number(optarg, spec.base, spec.low, spec.high, &n)) {
+    if (row.kind == Kind::kNumber && !parse_number(optarg, row.base, row.low, row.high, &n)) {
       *error = "--" + name + ": '" + (optarg ? optarg : "") + "' is not a number from " +
-               bound_text(spec.low, spec.base) + " to " + bound_text(spec.high, spec.base);
+               bound_text(row.low, row.base) + " to " + bound_text(row.high, row.base);
       return ParseOutcome::kExitUsage;
     }
     if (!store(name, optarg != nullptr ? optarg : "", n, options, error)) {
