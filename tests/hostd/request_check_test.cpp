@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "demo_paths.h"
+
 namespace hostd {
 namespace {
 
@@ -21,21 +23,8 @@ constexpr char kEof[] = "CMPI_EOF";
 
 // ---- requests written by the library -----------------------------------------------------------
 
-CMPIObjectPath *system_path() {
-  CMPIObjectPath *path = makeNewObjectPath(kNamespace, "Demo_System", nullptr);
-  CMAddKey(path, "Name", "bmc0", CMPI_chars);
-  return path;
-}
-
-// Demo_Fan.DeviceID="fan0",System=<Demo_System.Name="bmc0">: a string key and a reference key.
-CMPIObjectPath *fan_path() {
-  CMPIObjectPath *path = makeNewObjectPath(kNamespace, "Demo_Fan", nullptr);
-  CMAddKey(path, "DeviceID", "fan0", CMPI_chars);
-  CMPIObjectPath *system = system_path();
-  CMAddKey(path, "System", &system, CMPI_ref);
-  CMRelease(system);
-  return path;
-}
+using cmpitest::fan_path;
+using cmpitest::system_path;
 
 CMPIInstance *sensor_instance(const char *name, CMPIUint16 reading) {
   CMPIObjectPath *path = makeNewObjectPath(kNamespace, "Demo_Sensor", nullptr);

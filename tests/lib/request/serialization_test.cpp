@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "demo_paths.h"
 #include "fault_injection.h"
 #include "log_capture.h"
 #include "request/serialization.h"
@@ -21,21 +22,6 @@ using ::testing::ElementsAre;
 
 constexpr char kNamespace[] = "root/cimv2";
 
-CMPIObjectPath *system_path() {
-  CMPIObjectPath *path = makeNewObjectPath(kNamespace, "Demo_System", nullptr);
-  CMAddKey(path, "Name", "bmc0", CMPI_chars);
-  return path;
-}
-
-// Demo_Fan.DeviceID="fan0",System=<ref to Demo_System.Name="bmc0">: keys of both kinds.
-CMPIObjectPath *fan_path() {
-  CMPIObjectPath *path = makeNewObjectPath(kNamespace, "Demo_Fan", nullptr);
-  CMAddKey(path, "DeviceID", "fan0", CMPI_chars);
-  CMPIObjectPath *system = system_path();
-  CMAddKey(path, "System", &system, CMPI_ref);
-  CMRelease(system);
-  return path;
-}
 
 const char kFanKey[] = "\"key\":\"DeviceID=fan0,(System=root/cimv2:Demo_System.Name=bmc0,)\"";
 const char kHeader[] = "\"ClassName\":\"Demo_Fan\",\"NameSpace\":\"root/cimv2\",\"Principal\":\"admin\"";
