@@ -36,8 +36,8 @@ Json::Value error_json(const std::string &kind, int code, const std::string &mes
   Json::Value error(Json::objectValue);
   error["kind"] = kind;
   error["code"] = code >= 0 ? Json::Value(code) : Json::Value();
-  error["name"] = code >= 0 ? Json::Value(rc_name(code)) : Json::Value();
-  error["message"] = !message.empty() ? message : code >= 0 ? rc_description(code) : "";
+  error["name"] = code >= 0 ? Json::Value(wire::rc_name(code)) : Json::Value();
+  error["message"] = !message.empty() ? message : code >= 0 ? wire::rc_description(code) : "";
   return error;
 }
 
@@ -82,7 +82,7 @@ int run(const std::vector<std::string> &args, const RunSettings &settings, std::
     output.error(error_json("cim", e.code(), e.what()));
     status = kExitCimError;
     output.finish();
-    err << rc_line(e.code(), e.what()) << "\n";
+    err << wire::rc_line(e.code(), e.what()) << "\n";
     return status;
   } catch (const ConnectionError &e) {
     output.error(error_json("connection", -1, e.what()));
@@ -97,7 +97,7 @@ int run(const std::vector<std::string> &args, const RunSettings &settings, std::
   } catch (const std::exception &e) {
     output.error(error_json("cim", CMPI_RC_ERR_FAILED, e.what()));
     output.finish();
-    err << rc_line(CMPI_RC_ERR_FAILED, e.what()) << "\n";
+    err << wire::rc_line(CMPI_RC_ERR_FAILED, e.what()) << "\n";
     return kExitCimError;
   }
   output.finish();

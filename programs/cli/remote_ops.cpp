@@ -51,7 +51,7 @@ InstancePtr make_instance(const CMPIObjectPath *path) {
 // Text: "Status = CMPI_RC_OK;" and the message when there is one.
 void print_status(Output &out, const Outcome &outcome) {
   out.member("status", status_json(outcome.code, outcome.message));
-  std::string text = "Status = " + rc_name(outcome.code) + ";\n";
+  std::string text = "Status = " + wire::rc_name(outcome.code) + ";\n";
   if (!outcome.message.empty()) text += "Message = " + quote(outcome.message) + ";\n";
   out.text(text);
 }

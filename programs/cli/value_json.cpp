@@ -165,7 +165,7 @@ Json::Value path_json(const CMPIObjectPath *path) { return path_json(to_parsed_p
 Json::Value status_json(int code, const std::string &message) {
   Json::Value out(Json::objectValue);
   out["code"] = code;
-  out["name"] = rc_name(code);
+  out["name"] = wire::rc_name(code);
   out["message"] = message.empty() ? Json::Value() : Json::Value(message);
   return out;
 }

@@ -27,28 +27,28 @@ std::string usage_error_of(void (*call)()) {
 // ---- return codes ------------------------------------------------------------------------------
 
 TEST(StatusNames, NamesAndDescriptions) {
-  EXPECT_EQ(cli::rc_name(0), "CMPI_RC_OK");
-  EXPECT_EQ(cli::rc_name(1), "CMPI_RC_ERR_FAILED");
-  EXPECT_EQ(cli::rc_name(2), "CMPI_RC_ERR_ACCESS_DENIED");
-  EXPECT_EQ(cli::rc_name(5), "CMPI_RC_ERR_INVALID_CLASS");
-  EXPECT_EQ(cli::rc_name(6), "CMPI_RC_ERR_NOT_FOUND");
-  EXPECT_EQ(cli::rc_name(17), "CMPI_RC_ERR_METHOD_NOT_FOUND");
-  EXPECT_EQ(cli::rc_name(61), "CMPI_RC_ERR_INVALID_DATA_TYPE");
-  EXPECT_EQ(cli::rc_name(200), "CMPI_RC_ERROR");
-  EXPECT_EQ(cli::rc_name(999), "CMPI_RC_999");
-  EXPECT_EQ(cli::rc_description(6), "not found");
-  EXPECT_EQ(cli::rc_description(999), "CMPI return code 999");
-  EXPECT_EQ(cli::rc_line(6, ""), "CMPI_RC_ERR_NOT_FOUND: not found");
-  EXPECT_EQ(cli::rc_line(6, "no fan9"), "CMPI_RC_ERR_NOT_FOUND: no fan9");
+  EXPECT_EQ(wire::rc_name(0), "CMPI_RC_OK");
+  EXPECT_EQ(wire::rc_name(1), "CMPI_RC_ERR_FAILED");
+  EXPECT_EQ(wire::rc_name(2), "CMPI_RC_ERR_ACCESS_DENIED");
+  EXPECT_EQ(wire::rc_name(5), "CMPI_RC_ERR_INVALID_CLASS");
+  EXPECT_EQ(wire::rc_name(6), "CMPI_RC_ERR_NOT_FOUND");
+  EXPECT_EQ(wire::rc_name(17), "CMPI_RC_ERR_METHOD_NOT_FOUND");
+  EXPECT_EQ(wire::rc_name(61), "CMPI_RC_ERR_INVALID_DATA_TYPE");
+  EXPECT_EQ(wire::rc_name(200), "CMPI_RC_ERROR");
+  EXPECT_EQ(wire::rc_name(999), "CMPI_RC_999");
+  EXPECT_EQ(wire::rc_description(6), "not found");
+  EXPECT_EQ(wire::rc_description(999), "CMPI return code 999");
+  EXPECT_EQ(wire::rc_line(6, ""), "CMPI_RC_ERR_NOT_FOUND: not found");
+  EXPECT_EQ(wire::rc_line(6, "no fan9"), "CMPI_RC_ERR_NOT_FOUND: no fan9");
 }
 
 TEST(StatusNames, EveryNamedCodeOfTheHeaders) {
   const int codes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 50,
                        51, 60, 61, 100, 200};
   for (int code : codes) {
-    EXPECT_EQ(cli::rc_name(code).rfind("CMPI_RC_", 0), 0u);
-    EXPECT_NE(cli::rc_name(code), "CMPI_RC_" + std::to_string(code)) << code;
-    EXPECT_NE(cli::rc_description(code).find_first_not_of(' '), std::string::npos) << code;
+    EXPECT_EQ(wire::rc_name(code).rfind("CMPI_RC_", 0), 0u);
+    EXPECT_NE(wire::rc_name(code), "CMPI_RC_" + std::to_string(code)) << code;
+    EXPECT_NE(wire::rc_description(code).find_first_not_of(' '), std::string::npos) << code;
   }
 }
 

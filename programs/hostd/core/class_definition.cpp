@@ -83,38 +83,112 @@ bool schema_database_opens(const std::string &path, std::string *why) {
   return db.open(path, why);
 }
 
+namespace {
+
+const char kClassTableSql[] =
+    "SELECT ClassName, NameSpace FROM Tbl_Class WHERE ClassName = ?1 COLLATE NOCASE";
+const char kSuperClassSql[] =
+    "SELECT SuperClass FROM Tbl_Class WHERE ClassName = ?1 COLLATE NOCASE";
+
+// The first row's columns 0 and 1 of sql for class_name; false at no row or when the statement
+// cannot be prepared (a database without Tbl_Class); *failed when stepping failed.
+bool first_row(sqlite3 *db, const char *sql, const std::string &class_name, std::string *a,
+               std::string *b, bool *failed) {
+  *failed = false;
+  Statement stmt;
+  std::string ignored;
+  if (!stmt.prepare(db, sql, class_name, &ignored)) return false;
+  if (!stmt.step(failed)) return false;
+  *a = stmt.text(0);
+  if (b != nullptr) *b = stmt.text(1);
+  return true;
+}
+
+bool same_name(const std::string &a, const std::string &b) {
+  return a.size() == b.size() && sqlite3_strnicmp(a.c_str(), b.c_str(), static_cast<int>(a.size())) == 0;
+}
+
+void add_unique(std::vector<std::string> *names, const std::string &name) {
+  for (const std::string &known : *names) {
+    if (same_name(known, name)) return;
+  }
+  names->push_back(name);
+}
+
+// What class_name declares itself, merged into *definition: properties and methods it
+// redeclares keep their inherited place; a redeclared method's parameters are its own.
+bool merge_own(sqlite3 *db, const std::string &class_name, ClassDefinition *definition,
+               std::string *why) {
+  std::vector<std::string> properties;
+  std::vector<std::string> methods;
+  if (!read_names(db, kPropertySql, class_name, &properties, why) ||
+      !read_names(db, kMethodSql, class_name, &methods, why)) {
+    return false;
+  }
+  for (const std::string &name : properties) add_unique(&definition->properties, name);
+  for (const std::string &name : methods) add_unique(&definition->methods, name);
+  Statement stmt;
+  if (!stmt.prepare(db, kParameterSql, class_name, why)) return false;
+  std::vector<MethodParameter> own;
+  bool failed = false;
+  while (stmt.step(&failed)) {
+    own.push_back(MethodParameter{stmt.text(0), stmt.text(1), stmt.integer(2), stmt.text(3)});
+  }
+  if (failed) {
+    *why = std::string("cannot read Tbl_MethodParameter: ") + sqlite3_errmsg(db);
+    return false;
+  }
+  std::vector<MethodParameter> merged;
+  for (const MethodParameter &inherited : definition->parameters) {
+    bool redeclared = false;
+    for (const std::string &method : methods) redeclared = redeclared || same_name(method, inherited.method);
+    if (!redeclared) merged.push_back(inherited);
+  }
+  merged.insert(merged.end(), own.begin(), own.end());
+  definition->parameters = std::move(merged);
+  return true;
+}
+
+}  // namespace
+
 ClassLookup load_class_definition(const std::string &path, const std::string &class_name,
                                   ClassDefinition *definition, std::string *why) {
   Database db;
   if (!db.open(path, why)) return ClassLookup::kFailed;
-  {
-    Statement stmt;
-    if (!stmt.prepare(db.get(), kClassSql, class_name, why)) return ClassLookup::kFailed;
-    bool failed = false;
-    if (!stmt.step(&failed)) {
+  bool failed = false;
+  if (!first_row(db.get(), kClassSql, class_name, &definition->name, &definition->name_space,
+                 &failed)) {
+    if (failed) {
+      *why = std::string("cannot read Tbl_ClassMetadata: ") + sqlite3_errmsg(db.get());
+      return ClassLookup::kFailed;
+    }
+    // A class without a provider is still a class when the hierarchy lists it.
+    if (!first_row(db.get(), kClassTableSql, class_name, &definition->name,
+                   &definition->name_space, &failed)) {
       if (failed) {
-        *why = std::string("cannot read Tbl_ClassMetadata: ") + sqlite3_errmsg(db.get());
+        *why = std::string("cannot read Tbl_Class: ") + sqlite3_errmsg(db.get());
         return ClassLookup::kFailed;
       }
       return ClassLookup::kUnknownClass;
     }
-    definition->name = stmt.text(0);
-    definition->name_space = stmt.text(1);
   }
-  if (!read_names(db.get(), kPropertySql, class_name, &definition->properties, why) ||
-      !read_names(db.get(), kMethodSql, class_name, &definition->methods, why)) {
-    return ClassLookup::kFailed;
+  // The superclasses, nearest first; a cycle or a very deep chain stops the walk.
+  std::vector<std::string> chain{definition->name};
+  std::string current = definition->name;
+  for (int depth = 0; depth < 64; ++depth) {
+    std::string superclass;
+    if (!first_row(db.get(), kSuperClassSql, current, &superclass, nullptr, &failed) ||
+        superclass.empty()) {
+      break;
+    }
+    bool seen = false;
+    for (const std::string &known : chain) seen = seen || same_name(known, superclass);
+    if (seen) break;
+    chain.push_back(superclass);
+    current = superclass;
   }
-  Statement stmt;
-  if (!stmt.prepare(db.get(), kParameterSql, class_name, why)) return ClassLookup::kFailed;
-  bool failed = false;
-  while (stmt.step(&failed)) {
-    definition->parameters.push_back(
-        MethodParameter{stmt.text(0), stmt.text(1), stmt.integer(2), stmt.text(3)});
-  }
-  if (failed) {
-    *why = std::string("cannot read Tbl_MethodParameter: ") + sqlite3_errmsg(db.get());
-    return ClassLookup::kFailed;
+  for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+    if (!merge_own(db.get(), *it, definition, why)) return ClassLookup::kFailed;
   }
   return ClassLookup::kFound;
 }

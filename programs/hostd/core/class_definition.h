@@ -5,8 +5,11 @@
 //   Tbl_ClassProperty   (ClassName, PropertyName, DataType, IsKey, Position)
 //   Tbl_ClassMethod     (ClassName, MethodName, ReturnType, Position)
 //   Tbl_MethodParameter (ClassName, MethodName, ParameterName, DataType, Direction, Position)
-// A class exists when Tbl_ClassMetadata lists it. Class names match without regard to case;
-// the answer carries the spelling stored in Tbl_ClassMetadata.
+// and Tbl_Class holds each class's superclass. A class exists when Tbl_ClassMetadata or
+// Tbl_Class lists it. Its definition is what it inherits (from the farthest superclass down)
+// plus what it declares itself: a property or method it redeclares keeps its inherited place,
+// a redeclared method has its own parameters. Class names match without regard to case; the
+// answer carries the spelling stored in Tbl_ClassMetadata (else Tbl_Class).
 #ifndef CMPI_HOSTD_CLASS_DEFINITION_H
 #define CMPI_HOSTD_CLASS_DEFINITION_H
 

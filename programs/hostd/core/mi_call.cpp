@@ -1,5 +1,9 @@
-// mi_call.cpp - the MI calls of the ten request types.
+// mi_call.cpp - the MI calls of every operation.
 #include "mi_call.h"
+
+#include <cmpiinterface.h>
+
+#include <string>
 
 namespace hostd {
 namespace {
@@ -8,76 +12,162 @@ const char *nonempty(const char *text) {
   return (text != nullptr && *text != '\0') ? text : nullptr;
 }
 
-CMPIStatus unsupported() {
-  CMPIStatus st = {CMPI_RC_ERR_NOT_SUPPORTED, nullptr};
+CMPIStatus missing(MiOperation operation) {
+  const std::string text = std::string("the provider's MI offers no ") +
+                           mi_function_name(operation) + " function";
+  CMPIStatus st = {CMPI_RC_ERR_NOT_SUPPORTED, CreateString(text.c_str(), nullptr)};
   return st;
 }
 
-CMPIStatus call_instance(CMPIInstanceMI *mi, const ClientReq *req, const CMPIContext *ctx,
+CMPIStatus call_instance(CMPIInstanceMI *mi, const MiRequest &r, const CMPIContext *ctx,
                          const CMPIResult *result) {
   CMPIInstanceMIFT *ft = mi->ft;
-  CMPIObjectPath *op = req->COP;
-  switch (req->type) {
-    case ENUMINST:
-      return ft->enumerateInstances ? ft->enumerateInstances(mi, ctx, result, op, nullptr)
-                                    : unsupported();
-    case ENUMINSTNAMES:
-      return ft->enumerateInstanceNames ? ft->enumerateInstanceNames(mi, ctx, result, op)
-                                        : unsupported();
-    case GETINST:
-      return ft->getInstance ? ft->getInstance(mi, ctx, result, op, nullptr) : unsupported();
-    case MODIFYINST:
-      return ft->modifyInstance ? ft->modifyInstance(mi, ctx, result, op, req->CI, nullptr)
-                                : unsupported();
-    case DELETEINST:
-      return ft->deleteInstance ? ft->deleteInstance(mi, ctx, result, op) : unsupported();
-    case CREATEINST:
-      return ft->createInstance ? ft->createInstance(mi, ctx, result, op, req->CI)
-                                : unsupported();
-    case EXECQUERY:
-      return ft->execQuery ? ft->execQuery(mi, ctx, result, op, req->QueryString, "WQL")
-                           : unsupported();
+  switch (r.operation) {
+    case MiOperation::kEnumerateInstances:
+      if (ft->enumerateInstances == nullptr) break;
+      return ft->enumerateInstances(mi, ctx, result, r.path, r.properties);
+    case MiOperation::kEnumerateInstanceNames:
+      if (ft->enumerateInstanceNames == nullptr) break;
+      return ft->enumerateInstanceNames(mi, ctx, result, r.path);
+    case MiOperation::kGetInstance:
+      if (ft->getInstance == nullptr) break;
+      return ft->getInstance(mi, ctx, result, r.path, r.properties);
+    case MiOperation::kModifyInstance:
+      if (ft->modifyInstance == nullptr) break;
+      return ft->modifyInstance(mi, ctx, result, r.path, r.instance, r.properties);
+    case MiOperation::kDeleteInstance:
+      if (ft->deleteInstance == nullptr) break;
+      return ft->deleteInstance(mi, ctx, result, r.path);
+    case MiOperation::kCreateInstance:
+      if (ft->createInstance == nullptr) break;
+      return ft->createInstance(mi, ctx, result, r.path, r.instance);
+    case MiOperation::kExecQuery:
+      if (ft->execQuery == nullptr) break;
+      return ft->execQuery(mi, ctx, result, r.path, r.text, r.language);
     default:
-      return unsupported();
+      break;
   }
+  return missing(r.operation);
 }
 
-CMPIStatus call_association(CMPIAssociationMI *mi, const ClientReq *req, const CMPIContext *ctx,
+CMPIStatus call_association(CMPIAssociationMI *mi, const MiRequest &r, const CMPIContext *ctx,
                             const CMPIResult *result) {
-  const CMAssocReq *assoc = req->assocref;
-  const char *assoc_class = assoc ? nonempty(assoc->AssocClass) : nullptr;
-  const char *result_class = assoc ? nonempty(assoc->ResultClass) : nullptr;
-  const char *role = assoc ? nonempty(assoc->Role) : nullptr;
-  const char *result_role = assoc ? nonempty(assoc->ResultRole) : nullptr;
-  if (assoc != nullptr && assoc->RefsOnly) {
-    return mi->ft->references
-               ? mi->ft->references(mi, ctx, result, req->COP, result_class, role, nullptr)
-               : unsupported();
+  CMPIAssociationMIFT *ft = mi->ft;
+  const char *assoc_class = nonempty(r.assoc_class);
+  const char *result_class = nonempty(r.result_class);
+  const char *role = nonempty(r.role);
+  const char *result_role = nonempty(r.result_role);
+  switch (r.operation) {
+    case MiOperation::kAssociators:
+      if (ft->associators == nullptr) break;
+      return ft->associators(mi, ctx, result, r.path, assoc_class, result_class, role,
+                             result_role, r.properties);
+    case MiOperation::kAssociatorNames:
+      if (ft->associatorNames == nullptr) break;
+      return ft->associatorNames(mi, ctx, result, r.path, assoc_class, result_class, role,
+                                 result_role);
+    case MiOperation::kReferences:
+      if (ft->references == nullptr) break;
+      return ft->references(mi, ctx, result, r.path, result_class, role, r.properties);
+    case MiOperation::kReferenceNames:
+      if (ft->referenceNames == nullptr) break;
+      return ft->referenceNames(mi, ctx, result, r.path, result_class, role);
+    default:
+      break;
   }
-  return mi->ft->associators ? mi->ft->associators(mi, ctx, result, req->COP, assoc_class,
-                                                   result_class, role, result_role, nullptr)
-                             : unsupported();
+  return missing(r.operation);
 }
 
 }  // namespace
 
-CMPIStatus call_mi(wire::MIKind kind, void *mi, const ClientReq *request, const CMPIContext *ctx,
-                   const CMPIResult *result, CMPIArgs *out_args) {
-  switch (kind) {
+wire::MIKind mi_kind_of(MiOperation operation) {
+  switch (operation) {
+    case MiOperation::kAssociators:
+    case MiOperation::kAssociatorNames:
+    case MiOperation::kReferences:
+    case MiOperation::kReferenceNames:
+      return wire::MIKind::kAssociation;
+    case MiOperation::kInvokeMethod:
+      return wire::MIKind::kMethod;
+    default:
+      return wire::MIKind::kInstance;
+  }
+}
+
+const char *mi_function_name(MiOperation operation) {
+  switch (operation) {
+    case MiOperation::kEnumerateInstanceNames: return "enumerateInstanceNames";
+    case MiOperation::kEnumerateInstances: return "enumerateInstances";
+    case MiOperation::kGetInstance: return "getInstance";
+    case MiOperation::kCreateInstance: return "createInstance";
+    case MiOperation::kModifyInstance: return "modifyInstance";
+    case MiOperation::kDeleteInstance: return "deleteInstance";
+    case MiOperation::kExecQuery: return "execQuery";
+    case MiOperation::kAssociators: return "associators";
+    case MiOperation::kAssociatorNames: return "associatorNames";
+    case MiOperation::kReferences: return "references";
+    case MiOperation::kReferenceNames: return "referenceNames";
+    case MiOperation::kInvokeMethod: return "invokeMethod";
+  }
+  return "";
+}
+
+MiRequest mi_request_of(const ClientReq *request, CMPIArgs *out) {
+  MiRequest r;
+  r.path = request->COP;
+  r.instance = request->CI;
+  switch (request->type) {
+    case ENUMINST: r.operation = MiOperation::kEnumerateInstances; break;
+    case ENUMINSTNAMES: r.operation = MiOperation::kEnumerateInstanceNames; break;
+    case GETINST: r.operation = MiOperation::kGetInstance; break;
+    case MODIFYINST: r.operation = MiOperation::kModifyInstance; break;
+    case DELETEINST: r.operation = MiOperation::kDeleteInstance; break;
+    case CREATEINST: r.operation = MiOperation::kCreateInstance; break;
+    case EXECQUERY:
+      r.operation = MiOperation::kExecQuery;
+      r.text = request->QueryString;
+      break;
+    case INVOKEMETHOD:
+      r.operation = MiOperation::kInvokeMethod;
+      r.text = request->QueryString;
+      r.in = request->ArgsIn;
+      r.out = out;
+      break;
+    case ASSOCIATORS: {
+      const CMAssocReq *assoc = request->assocref;
+      const bool refs = assoc != nullptr && assoc->RefsOnly;
+      r.operation = refs ? MiOperation::kReferences : MiOperation::kAssociators;
+      if (assoc != nullptr) {
+        r.assoc_class = nonempty(assoc->AssocClass);
+        r.result_class = nonempty(assoc->ResultClass);
+        r.role = nonempty(assoc->Role);
+        r.result_role = nonempty(assoc->ResultRole);
+      }
+      break;
+    }
+    default:
+      break;
+  }
+  return r;
+}
+
+CMPIStatus call_mi(void *mi, const MiRequest &request, const CMPIContext *ctx,
+                   const CMPIResult *result) {
+  switch (mi_kind_of(request.operation)) {
     case wire::MIKind::kInstance:
       return call_instance(static_cast<CMPIInstanceMI *>(mi), request, ctx, result);
     case wire::MIKind::kMethod: {
       auto *mmi = static_cast<CMPIMethodMI *>(mi);
-      if (mmi->ft->invokeMethod == nullptr) return unsupported();
-      return mmi->ft->invokeMethod(mmi, ctx, result, request->COP, request->QueryString,
-                                   request->ArgsIn, out_args);
+      if (mmi->ft->invokeMethod == nullptr) return missing(request.operation);
+      return mmi->ft->invokeMethod(mmi, ctx, result, request.path, request.text, request.in,
+                                   request.out);
     }
     case wire::MIKind::kAssociation:
       return call_association(static_cast<CMPIAssociationMI *>(mi), request, ctx, result);
     case wire::MIKind::kNone:
       break;
   }
-  return unsupported();
+  return missing(request.operation);
 }
 
 CMPIStatus cleanup_mi(wire::MIKind kind, void *mi, const CMPIContext *ctx, bool terminating) {

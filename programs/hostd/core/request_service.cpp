@@ -16,9 +16,10 @@
 
 #include "class_answer.h"
 #include "class_definition.h"
-#include "locations.h"
 #include "log.h"
 #include "mi_call.h"
+#include "provider_calls.h"
+#include "routing.h"
 #include "response_frames.h"
 #include "schema_cache.h"
 #include "log_text.h"
@@ -59,6 +60,7 @@ struct ObjectRelease {
 using RequestPtr = std::unique_ptr<ClientReq, RequestRelease>;
 using ContextPtr = std::unique_ptr<CMPIContext, ObjectRelease>;
 using ArgsPtr = std::unique_ptr<CMPIArgs, ObjectRelease>;
+using ObjectPathPtr = std::unique_ptr<CMPIObjectPath, ObjectRelease>;
 
 class StatusHolder {
  public:
@@ -67,8 +69,10 @@ class StatusHolder {
   explicit StatusHolder(CMPIStatus s) : st(s) {}
   StatusHolder(const StatusHolder &) = delete;
   StatusHolder &operator=(const StatusHolder &) = delete;
-  ~StatusHolder() {
+  ~StatusHolder() { reset({CMPI_RC_OK, nullptr}); }
+  void reset(CMPIStatus s) {
     if (st.msg != nullptr) CMRelease(st.msg);
+    st = s;
   }
 };
 
@@ -76,8 +80,9 @@ class StatusHolder {
 class Serving {
  public:
   Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers,
-          SchemaCache &schema)
-      : principal_(principal), sink_(sink), providers_(providers), schema_(schema) {}
+          SchemaCache &schema, UpcallBroker &upcalls)
+      : principal_(principal), sink_(sink), providers_(providers), schema_(schema),
+        upcalls_(upcalls) {}
   std::string run(const std::string &document);
 
  private:
@@ -91,6 +96,7 @@ class Serving {
   FrameSink *sink_;
   ProviderCache &providers_;
   SchemaCache &schema_;
+  UpcallBroker &upcalls_;
   RequestPtr request_;
   const wire::Operation *op_ = nullptr;
   std::string class_name_;
@@ -155,83 +161,74 @@ std::string Serving::run(const std::string &document) {
 
 std::string Serving::with_provider() {
   const int type = op_->type;
-  const char *cls = class_name_.c_str();
   ClientReq *req = request_.get();
   if ((type == INVOKEMETHOD || type == EXECQUERY) && req->QueryString == nullptr) {
     HOSTD_ERROR("request rejected: %s of %s has an empty %s", op_->name, log_text(class_name_).c_str(),
                 type == INVOKEMETHOD ? "method name" : "query");
     return fail(CMPI_RC_ERR_INVALID_PARAMETER);
   }
-  // Associations are served by the association class's provider when the request names one.
-  std::string served_class = class_name_;
-  const CMAssocReq *assoc = req->assocref;
-  if (type == ASSOCIATORS && assoc != nullptr && assoc->AssocClass != nullptr &&
-      *assoc->AssocClass != '\0') {
-    served_class = assoc->AssocClass;
-  }
-  std::string why;
-  std::string provider;
-  bool persistent = false;
-  switch (schema_.provider_of(schema_database_path(), served_class, &provider, &persistent, &why)) {
-    case SchemaCache::Lookup::kUnreadable:
-      HOSTD_ERROR("request failed: the schema database cannot be opened: %s", why.c_str());
-      return fail(CMPI_RC_ERR_FAILED);
-    case SchemaCache::Lookup::kNoProvider:
-      HOSTD_ERROR("request failed: class %s has no provider in the schema database",
-                  log_text(served_class).c_str());
-      return fail(CMPI_RC_ERR_INVALID_CLASS);
-    case SchemaCache::Lookup::kFound:
-      break;
-  }
-  const std::string library = provider_library_path(provider);
-  struct stat st;
-  if (stat(library.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
-    HOSTD_ERROR("request failed: the library %s of provider %s (class %s) is missing",
-                library.c_str(), log_text(provider).c_str(), log_text(served_class).c_str());
-    return fail(CMPI_RC_ERR_INVALID_CLASS);
-  }
-  HOSTD_TRACE("worker for %s: serving request type %d as %s (uid %u) with provider %s", cls, type,
-              principal_.name.c_str(), static_cast<unsigned>(geteuid()), provider.c_str());
-
-  const CMPIBroker *broker = getCMPIBroker(nullptr);
   ctx_.reset(make_context(principal_.name, name_space_));
   if (type == INVOKEMETHOD) out_args_.reset(makeNewCMPIArgs(nullptr));
-  if (broker == nullptr || ctx_ == nullptr || (type == INVOKEMETHOD && out_args_ == nullptr)) {
-    HOSTD_ERROR("worker for %s: the broker, context or argument list cannot be made", cls);
+  if (ctx_ == nullptr || (type == INVOKEMETHOD && out_args_ == nullptr)) {
+    HOSTD_ERROR("worker for %s: the context or argument list cannot be made",
+                log_text(class_name_).c_str());
     return fail(CMPI_RC_ERR_FAILED);
   }
-  const MIKind kind = op_->mi;
-  const char *kind_name = wire::mi_kind_name(kind);
-  void *mi = nullptr;
-  StatusHolder created;
-  switch (providers_.acquire(provider, library, kind, persistent, broker, ctx_.get(), &mi,
-                             &created.st, &why)) {
-    case ProviderCache::Outcome::kLoadFailed:
-      HOSTD_ERROR("provider library %s of provider %s cannot be loaded: %s", library.c_str(),
-                  provider.c_str(), log_text(why).c_str());
-      return fail(CMPI_RC_ERR_FAILED);
-    case ProviderCache::Outcome::kNoFactory:
-      HOSTD_ERROR("provider %s offers no %s MI (neither %s_Create_%sMI nor _Generic_Create_%sMI)",
-                  provider.c_str(), kind_name, provider.c_str(), kind_name, kind_name);
-      return fail(CMPI_RC_ERR_NOT_SUPPORTED);
-    case ProviderCache::Outcome::kFactoryFailed: {
-      int rc = created.st.rc != CMPI_RC_OK ? static_cast<int>(created.st.rc) : CMPI_RC_ERR_FAILED;
-      HOSTD_ERROR("the %s MI factory of provider %s failed with %d", kind_name, provider.c_str(),
-                  rc);
-      return fail(rc);
+  const MiRequest request = mi_request_of(req, out_args_.get());
+  ProviderCalls calls(providers_, schema_, upcalls_.broker(), principal_.name);
+  BrokerOwned owned;
+  // Up-calls made while this request is served use its providers; what they handed out and
+  // the providers not kept loaded are released when it ends, in that order.
+  struct Scope {
+    UpcallBroker &upcalls;
+    BrokerOwned &owned;
+    ProviderCalls &calls;
+    const CMPIContext *ctx;
+    ~Scope() {
+      upcalls.end();
+      owned.release_all();
+      calls.release(ctx);
     }
-    case ProviderCache::Outcome::kReady:
-      break;
-  }
+  } scope{upcalls_, owned, calls, ctx_.get()};
+  upcalls_.begin(&calls, &owned, ctx_.get());
 
   StreamingResult result(type, sink_, out_args_.get());
-  StatusHolder called(call_mi(kind, mi, req, ctx_.get(), result.result(), out_args_.get()));
-  HOSTD_TRACE("worker for %s: %s MI returned %d after %lu streamed results", cls, kind_name,
-              static_cast<int>(called.st.rc), result.frames());
+  StatusHolder called;
+  const std::vector<Target> targets = plan_targets(calls.graph(), class_name_, request);
+  for (const Target &target : targets) {
+    void *mi = nullptr;
+    std::string provider;
+    Failure failure;
+    if (!calls.find_mi(target.class_name, op_->mi, ctx_.get(), &mi, &provider, &failure)) {
+      return fail(failure.rc);
+    }
+    HOSTD_TRACE("worker for %s: serving request type %d as %s (uid %u) with provider %s",
+                log_text(target.class_name).c_str(), type, principal_.name.c_str(),
+                static_cast<unsigned>(geteuid()), provider.c_str());
+    MiRequest asked = request;
+    if (!target.association.empty()) {
+      (asked.operation == MiOperation::kReferences ? asked.result_class : asked.assoc_class) =
+          target.association.c_str();
+    }
+    ObjectPathPtr own_path;
+    if (!target.same_path) {
+      own_path.reset(makeNewObjectPath(name_space_.c_str(), target.class_name.c_str(), nullptr));
+      if (own_path == nullptr) return fail(CMPI_RC_ERR_FAILED);
+      asked.path = own_path.get();
+    }
+    called.reset(call_mi(mi, asked, ctx_.get(), result.result()));
+    HOSTD_TRACE("worker for %s: %s MI returned %d after %lu streamed results",
+                log_text(target.class_name).c_str(), wire::mi_kind_name(op_->mi),
+                static_cast<int>(called.st.rc), result.frames());
+    if (called.st.rc != CMPI_RC_OK) {
+      calls.log_failure(provider, mi_function_name(asked.operation), target.class_name, called.st,
+                        false);
+      break;
+    }
+  }
   std::string data_frame;
   std::string final_frames = last_frames(called.st, result, &data_frame);
   if (!data_frame.empty()) sink_->send(data_frame);
-  providers_.release(provider, ctx_.get());
   return final_frames;
 }
 
@@ -301,7 +298,7 @@ std::string Serving::last_frames(const CMPIStatus &st_in, const StreamingResult 
 RequestService::~RequestService() { retire(); }
 
 std::string RequestService::serve(const std::string &document) {
-  Serving serving(principal_, sink_, providers_, schema_);
+  Serving serving(principal_, sink_, providers_, schema_, upcalls_);
   return serving.run(document);
 }
 

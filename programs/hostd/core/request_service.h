@@ -24,6 +24,7 @@
 #include "frame_sink.h"
 #include "provider_cache.h"
 #include "schema_cache.h"
+#include "upcall_broker.h"
 
 namespace hostd {
 
@@ -42,6 +43,7 @@ class RequestService {
  private:
   const Principal &principal_;
   FrameSink *sink_;
+  UpcallBroker upcalls_;  // before providers_: MIs keep its broker until they are cleaned up
   ProviderCache providers_;
   SchemaCache schema_;
 };

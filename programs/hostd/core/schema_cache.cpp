@@ -19,23 +19,40 @@ bool SchemaCache::same_file(const struct stat &st) const {
          st.st_ctim.tv_nsec == stamp_.st_ctim.tv_nsec;
 }
 
+bool SchemaCache::check_stamp(const std::string &database, std::string *why) {
+  struct stat st;
+  if (stat(database.c_str(), &st) != 0) {
+    const int error = errno;
+    entries_.clear();
+    graph_loaded_ = false;
+    stamped_ = false;
+    // The database's own reason (what SQLite says), as the uncached look-up gives it.
+    if (schema_database_opens(database, why)) *why = database + ": " + std::strerror(error);
+    return false;
+  }
+  if (!same_file(st)) {
+    entries_.clear();
+    graph_loaded_ = false;
+    stamp_ = st;
+    stamped_ = true;
+  }
+  return true;
+}
+
+const ClassGraph *SchemaCache::graph(const std::string &database, std::string *why) {
+  if (!check_stamp(database, why)) return nullptr;
+  if (!graph_loaded_) {
+    if (!graph_.load(database, why)) return nullptr;
+    graph_loaded_ = true;
+  }
+  return &graph_;
+}
+
 SchemaCache::Lookup SchemaCache::provider_of(const std::string &database,
                                              const std::string &class_name,
                                              std::string *provider, bool *persistent,
                                              std::string *why) {
-  struct stat st;
-  if (stat(database.c_str(), &st) != 0) {
-    entries_.clear();
-    stamped_ = false;
-    // The database's own reason (what SQLite says), as the uncached look-up gives it.
-    if (schema_database_opens(database, why)) *why = database + ": " + std::strerror(errno);
-    return Lookup::kUnreadable;
-  }
-  if (!same_file(st)) {
-    entries_.clear();
-    stamp_ = st;
-    stamped_ = true;
-  }
+  if (!check_stamp(database, why)) return Lookup::kUnreadable;
   auto known = entries_.find(class_name);
   if (known == entries_.end()) {
     // GetProviderName ends the process when the database cannot be read (kept for its

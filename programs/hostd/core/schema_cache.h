@@ -4,7 +4,8 @@
 // schema database once per worker and class (GetProviderName, GetProviderUnloadStatus: each
 // opens the database) and kept while the database file stays as it was: its device, inode, size
 // and modification and change times are compared on every look-up (one stat; a change of its
-// mode or owner counts too), and any change forgets everything known. Classes without a provider are remembered too.
+// mode or owner counts too), and any change forgets everything known. Classes without a provider
+// are remembered too. The class hierarchy (ClassGraph) is read on first use and kept the same way.
 #ifndef CMPI_HOSTD_SCHEMA_CACHE_H
 #define CMPI_HOSTD_SCHEMA_CACHE_H
 
@@ -12,6 +13,8 @@
 
 #include <map>
 #include <string>
+
+#include "class_graph.h"
 
 namespace hostd {
 
@@ -27,6 +30,9 @@ class SchemaCache {
   Lookup provider_of(const std::string &database, const std::string &class_name,
                      std::string *provider, bool *persistent, std::string *why);
 
+  // The class hierarchy of the database; NULL with *why when the database cannot be read.
+  const ClassGraph *graph(const std::string &database, std::string *why);
+
   std::size_t size() const { return entries_.size(); }
 
  private:
@@ -36,8 +42,12 @@ class SchemaCache {
     bool persistent = false;
   };
   bool same_file(const struct stat &st) const;
+  // Stats the database and forgets everything when it changed; false with *why when it is gone.
+  bool check_stamp(const std::string &database, std::string *why);
 
   std::map<std::string, Entry> entries_;
+  ClassGraph graph_;
+  bool graph_loaded_ = false;
   bool stamped_ = false;
   struct stat stamp_ = {};
 };

@@ -1,10 +1,10 @@
-// status_names.h - CMPI return codes as people read them.
-#ifndef CMPI_CLI_STATUS_NAMES_H
-#define CMPI_CLI_STATUS_NAMES_H
+// status_names.h - CMPI return codes as people read them (the client's output, the host's log).
+#ifndef CMPI_WIRE_STATUS_NAMES_H
+#define CMPI_WIRE_STATUS_NAMES_H
 
 #include <string>
 
-namespace cli {
+namespace wire {
 
 // "CMPI_RC_ERR_NOT_FOUND" for 6; "CMPI_RC_<code>" for a code without a name.
 std::string rc_name(int code);
@@ -15,6 +15,6 @@ std::string rc_description(int code);
 // "<name>: <message>", with the description standing in for an empty message.
 std::string rc_line(int code, const std::string &message);
 
-}  // namespace cli
+}  // namespace wire
 
-#endif  // CMPI_CLI_STATUS_NAMES_H
+#endif  // CMPI_WIRE_STATUS_NAMES_H

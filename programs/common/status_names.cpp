@@ -1,7 +1,7 @@
 // status_names.cpp - names and descriptions of the CMPI return codes.
 #include "status_names.h"
 
-namespace cli {
+namespace wire {
 namespace {
 
 struct RcEntry {
@@ -61,4 +61,4 @@ std::string rc_line(int code, const std::string &message) {
   return rc_name(code) + ": " + (message.empty() ? rc_description(code) : message);
 }
 
-}  // namespace cli
+}  // namespace wire
