@@ -16,14 +16,6 @@ using ::testing::Not;
 
 const char kComplete[] = "CMPIOPERATION_COMPLETECMPI_EOF";
 
-CMAssocReq *assoc(const char *assoc_class, const char *result_class, bool refs_only) {
-  auto *a = static_cast<CMAssocReq *>(std::calloc(1, sizeof(CMAssocReq)));
-  if (assoc_class != nullptr) a->AssocClass = strdup(assoc_class);
-  if (result_class != nullptr) a->ResultClass = strdup(result_class);
-  a->RefsOnly = refs_only ? 1 : 0;
-  return a;
-}
-
 std::set<std::string> device_ids(const Answer &answer) {
   std::set<std::string> ids;
   for (CMPIInstance *inst : answer.instances) ids.insert(text_property(inst, "DeviceID"));
@@ -145,7 +137,7 @@ TEST_F(Operations, AssociatorsReturnTheFansOfTheChassis) {
   Answer a =
       enumerate(socket(),
                 build_frame(ASSOCIATORS, "root", make_path("Demo_Chassis", {{"Tag", "chassis0"}}),
-                            nullptr, nullptr, assoc("Demo_ChassisFan", nullptr, false)),
+                            nullptr, nullptr, make_assoc("Demo_ChassisFan", nullptr, false)),
                 ASSOCIATORS);
   EXPECT_EQ(a.rc, 0);
   EXPECT_TRUE(a.complete);
@@ -156,7 +148,7 @@ TEST_F(Operations, ReferencesReturnTheAssociationInstances) {
   Answer a =
       enumerate(socket(),
                 build_frame(ASSOCIATORS, "root", make_path("Demo_Chassis", {{"Tag", "chassis0"}}),
-                            nullptr, nullptr, assoc(nullptr, "Demo_ChassisFan", true)),
+                            nullptr, nullptr, make_assoc(nullptr, "Demo_ChassisFan", true)),
                 ASSOCIATORS);
   EXPECT_EQ(a.rc, 0);
   ASSERT_EQ(a.instances.size(), 2u);

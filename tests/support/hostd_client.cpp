@@ -92,6 +92,14 @@ CMPIObjectPath *make_path(const std::string &cls, const Keys &keys, const std::s
   return path;
 }
 
+CMAssocReq *make_assoc(const char *assoc_class, const char *result_class, bool refs_only) {
+  auto *a = static_cast<CMAssocReq *>(std::calloc(1, sizeof(CMAssocReq)));
+  if (assoc_class != nullptr) a->AssocClass = strdup(assoc_class);
+  if (result_class != nullptr) a->ResultClass = strdup(result_class);
+  a->RefsOnly = refs_only ? 1 : 0;
+  return a;
+}
+
 std::string request_frame(ClientReq *req) {
   std::string frame;
   char fixed[FRAME_BUFFER_SIZE];

@@ -21,6 +21,10 @@ using Keys = std::vector<std::pair<std::string, std::string>>;
 CMPIObjectPath *make_path(const std::string &cls, const Keys &keys = {},
                           const std::string &ns = "root/cimv2");
 
+// An association filter for build_frame (calloc'd, taken over by the request record): the
+// association class of Associators, or the result class (the association class) of References.
+CMAssocReq *make_assoc(const char *assoc_class, const char *result_class, bool refs_only);
+
 // The request frame of a record (doSerialization); the record is released.
 std::string request_frame(ClientReq *req);
 

@@ -75,7 +75,26 @@ const char kTestClasses[] =
     "('Test_Hog', 'TestHog', 'root/cimv2', '0'),"
     "('Test_Spin', 'TestSpin', 'root/cimv2', '0'),"
     "('Test_Fork', 'TestFork', 'root/cimv2', '0'),"
-    "('Test_Slow', 'TestSlow', 'root/cimv2', '0');";
+    "('Test_Slow', 'TestSlow', 'root/cimv2', '0'),"
+    "('Test_Rack', 'TestEnds', 'root/cimv2', '0'),"
+    "('Test_Disk', 'TestEnds', 'root/cimv2', '0'),"
+    "('Test_RackDevice', 'TestLinks', 'root/cimv2', '0');"
+    // The hierarchy of the association test classes: Test_Device (no provider) above
+    // Test_Disk; Test_RackDevice links a Test_Rack and a Test_Device.
+    "INSERT INTO Tbl_Class (ClassName, SuperClass, NameSpace, IsAssociation) VALUES "
+    "('Test_Device', NULL, 'root/cimv2', 0),"
+    "('Test_Disk', 'Test_Device', 'root/cimv2', 0),"
+    "('Test_Rack', NULL, 'root/cimv2', 0),"
+    "('Test_RackDevice', NULL, 'root/cimv2', 1);"
+    "INSERT INTO Tbl_ClassProperty (ClassName, PropertyName, DataType, IsKey, Position, "
+    "ReferenceClass) VALUES "
+    "('Test_Device', 'Id', 5632, 1, 1, NULL),"
+    "('Test_Device', 'Kind', 5632, 0, 2, NULL),"
+    "('Test_Disk', 'Rack', 5632, 0, 1, NULL),"
+    "('Test_Disk', 'Uid', 160, 0, 2, NULL),"
+    "('Test_Rack', 'Name', 5632, 1, 1, NULL),"
+    "('Test_RackDevice', 'Rack', 4352, 1, 1, 'Test_Rack'),"
+    "('Test_RackDevice', 'Device', 4352, 1, 2, 'Test_Device');";
 
 // Sets the demo state up as its administrator would, before any daemon serves anyone: one
 // in-process call of the demo provider by this process's user (root in the suite), which
@@ -135,7 +154,7 @@ Workspace::Workspace() {
   for (const char *lib :
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
-        "libtestslow.so"}) {
+        "libtestslow.so", "libtestends.so", "libtestlinks.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
   set_up_demo_state(*this);
