@@ -4,16 +4,18 @@
 // user). For each request document it
 //  1. parses it with the library's doDeserialization, as that user;
 //  2. answers GetClass itself from the schema database;
-//  3. otherwise finds the provider (GetProviderName for the class, or for the association class
-//     of an Associators request that names one, kept in a SchemaCache while the database file
-//     is unchanged; "<provider dir>lib<name>.so"), takes its MI
-//     from the provider cache (kept loaded when the class is marked UnloadNever);
-//  4. calls the MI with a context holding "CMPIPrincipal", "CMPIInitNameSpace" (the request's
+//  3. otherwise plans the targets (routing.h: the class, its subclasses for enumerations, the
+//     association classes that can refer to the source for associators and references) and,
+//     for each, finds the provider's MI (provider_calls.h), kept loaded where the schema says;
+//  4. calls each MI with a context holding "CMPIPrincipal", "CMPIInitNameSpace" (the request's
 //     namespace) and "CMPIInvocationFlags" (0: the protocol carries no flags) and a
-//     StreamingResult, so results go to the sink as frames while the MI runs;
-//  5. sends the type's last data frame (GetInstance, InvokeMethod), releases the provider, and
-//     returns the final frames (the completion or error frame, or the one status frame of
-//     ModifyInstance, DeleteInstance and CreateInstance).
+//     StreamingResult, so results go to the sink as frames while the MI runs; the broker the
+//     providers got answers their up-calls meanwhile (upcall_broker.h). The first failing
+//     target ends the request; its status is logged with its message;
+//  5. sends the type's last data frame (GetInstance, InvokeMethod), releases what the broker
+//     handed out and the providers not kept loaded, and returns the final frames (the
+//     completion or error frame, or the one status frame of ModifyInstance, DeleteInstance and
+//     CreateInstance).
 // Every failure is logged once and answered with an error frame "CMPIERROR:<code>".
 #ifndef CMPI_HOSTD_REQUEST_SERVICE_H
 #define CMPI_HOSTD_REQUEST_SERVICE_H
