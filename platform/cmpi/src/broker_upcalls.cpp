@@ -1,7 +1,9 @@
 // broker_upcalls.cpp - the broker's up-calls (the CMPIBrokerFT table).
 //
 // Threads attach by cloning the caller's context; every up-call that needs a CIM server behind
-// it answers CMPI_RC_ERR_NOT_SUPPORTED.
+// it answers CMPI_RC_ERR_NOT_SUPPORTED with a message saying so (providers read the message of
+// a failing status without checking it for NULL). The message is one shared string that
+// nobody can free: standard providers never release what the broker gives them, ours do.
 #include "broker_tables.h"
 #include "objects.h"
 #include "value.h"
@@ -9,7 +11,29 @@
 namespace {
 
 using cmpi::make_status;
-using cmpi::set_rc;
+
+CMPIStatus keep_alive(CMPIString *) { return make_status(CMPI_RC_OK); }
+
+CMPIString *unsupported_message() {
+  static CMPIString *message = [] {
+    CMPIString *text = CreateString(
+        "this broker has no CIM server behind it: up-calls are not supported here", nullptr);
+    static CMPIStringFT table = *text->ft;
+    table.release = keep_alive;
+    text->ft = &table;
+    return text;
+  }();
+  return message;
+}
+
+CMPIStatus unsupported() {
+  CMPIStatus st = {CMPI_RC_ERR_NOT_SUPPORTED, unsupported_message()};
+  return st;
+}
+
+void set_rc(CMPIStatus *rc, CMPIrc code) {
+  if (rc != nullptr) *rc = code == CMPI_RC_ERR_NOT_SUPPORTED ? unsupported() : make_status(code);
+}
 
 CMPIContext *mb_prepare_attach_thread(const CMPIBroker *, const CMPIContext *ctx) {
   if (ctx == nullptr || ctx->hdl == nullptr || ctx->ft == nullptr) {
@@ -28,7 +52,7 @@ CMPIStatus mb_detach_thread(const CMPIBroker *, const CMPIContext *) {
 
 CMPIStatus mb_deliver_indication(const CMPIBroker *, const CMPIContext *, const char *,
                                  const CMPIInstance *) {
-  return make_status(CMPI_RC_ERR_NOT_SUPPORTED);
+  return unsupported();
 }
 
 CMPIEnumeration *mb_enumerate_instance_names(const CMPIBroker *, const CMPIContext *,
@@ -51,11 +75,11 @@ CMPIObjectPath *mb_create_instance(const CMPIBroker *, const CMPIContext *,
 
 CMPIStatus mb_modify_instance(const CMPIBroker *, const CMPIContext *, const CMPIObjectPath *,
                               const CMPIInstance *, const char **) {
-  return make_status(CMPI_RC_ERR_NOT_SUPPORTED);
+  return unsupported();
 }
 
 CMPIStatus mb_delete_instance(const CMPIBroker *, const CMPIContext *, const CMPIObjectPath *) {
-  return make_status(CMPI_RC_ERR_NOT_SUPPORTED);
+  return unsupported();
 }
 
 CMPIEnumeration *mb_exec_query(const CMPIBroker *, const CMPIContext *, const CMPIObjectPath *,
@@ -105,7 +129,7 @@ CMPIData mb_invoke_method(const CMPIBroker *, const CMPIContext *, const CMPIObj
 
 CMPIStatus mb_set_property(const CMPIBroker *, const CMPIContext *, const CMPIObjectPath *,
                            const char *, const CMPIValue *, CMPIType) {
-  return make_status(CMPI_RC_ERR_NOT_SUPPORTED);
+  return unsupported();
 }
 
 CMPIData mb_get_property(const CMPIBroker *, const CMPIContext *, const CMPIObjectPath *,

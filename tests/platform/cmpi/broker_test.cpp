@@ -13,6 +13,7 @@
 #include <string>
 #include <type_traits>
 #include <vector>
+#include <vector>
 
 #include "cmpiinterface.h"
 #include "cmpimacs.h"
@@ -84,6 +85,35 @@ TEST_F(BrokerTest, PrepareAttachThreadHandsOutACloneOfTheContext) {
   EXPECT_EQ(CMPI_RC_OK, +mb_->bft->detachThread(mb_, thread_ctx).rc);
   thread_ctx->ft->release(thread_ctx);
   EXPECT_EQ(nullptr, mb_->bft->prepareAttachThread(mb_, nullptr));
+}
+
+// Providers read the message of a failing status without a NULL check; it must be there, and
+// releasing it (as code written for caller-owned objects does) must not free it.
+TEST_F(BrokerTest, EveryUnsupportedUpCallCarriesAMessage) {
+  const CMPIBrokerFT *bft = mb_->bft;
+  const std::string expected =
+      "this broker has no CIM server behind it: up-calls are not supported here";
+  std::vector<CMPIStatus> statuses;
+  CMPIStatus rc = unset_status();
+  bft->enumerateInstanceNames(mb_, ctx_, op_, &rc);
+  statuses.push_back(rc);
+  rc = unset_status();
+  bft->getInstance(mb_, ctx_, op_, nullptr, &rc);
+  statuses.push_back(rc);
+  rc = unset_status();
+  bft->associators(mb_, ctx_, op_, nullptr, nullptr, nullptr, nullptr, nullptr, &rc);
+  statuses.push_back(rc);
+  statuses.push_back(bft->deleteInstance(mb_, ctx_, op_));
+  CMPIInstance *inst = makeNewCMPIInstance(op_, nullptr);
+  statuses.push_back(bft->deliverIndication(mb_, ctx_, "root", inst));
+  inst->ft->release(inst);
+  for (const CMPIStatus &st : statuses) {
+    EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +st.rc);
+    ASSERT_NE(nullptr, st.msg);
+    EXPECT_EQ(expected, CMGetCharsPtr(st.msg, nullptr));
+    EXPECT_EQ(CMPI_RC_OK, +st.msg->ft->release(st.msg).rc);
+    EXPECT_EQ(expected, CMGetCharsPtr(st.msg, nullptr)) << "still there after a release";
+  }
 }
 
 TEST_F(BrokerTest, EveryOtherUpCallIsNotSupported) {
