@@ -208,6 +208,30 @@ TEST_F(CliTest, AssociatorsAndReferences) {
   EXPECT_EQ(doc["instances"][0]["properties"]["GroupComponent"]["type"].asString(), "reference");
 }
 
+// Association providers that ask the broker for both ends (tests/e2e/providers), found from
+// the source class alone through the class hierarchy.
+TEST_F(CliTest, AssociationsServedThroughBrokerUpCalls) {
+  CliRun disks = cli({"associators", "Test_Rack.Name=\"r1\""});
+  ASSERT_EQ(disks.status, 0) << disks.err;
+  EXPECT_EQ(occurrences(disks.out, "instance of Test_Disk {\n"), 2);
+  EXPECT_NE(disks.out.find("    Id = \"d1\";\n"), std::string::npos) << disks.out;
+  EXPECT_NE(disks.out.find("    Id = \"d2\";\n"), std::string::npos) << disks.out;
+  CliRun rack = cli({"associators", "Test_Disk.Id=\"d3\"", "--result-class", "Test_Rack"});
+  ASSERT_EQ(rack.status, 0) << rack.err;
+  EXPECT_EQ(rack.out, "instance of Test_Rack {\n    Name = \"r2\";\n};\n");
+  CliRun links = cli({"references", "Test_Disk.Id=\"d3\""});
+  ASSERT_EQ(links.status, 0) << links.err;
+  EXPECT_EQ(occurrences(links.out, "instance of Test_RackDevice {\n"), 1);
+  EXPECT_NE(links.out.find("    Rack = root/cimv2:Test_Rack.Name=\"r2\";\n"), std::string::npos)
+      << links.out;
+}
+
+TEST_F(CliTest, AProvidersMessageReachesTheUser) {
+  CliRun missing = cli({"get", "Test_Rack.Name=\"r9\""});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, "CMPI_RC_ERR_NOT_FOUND: no such rack r9\n");
+}
+
 TEST_F(CliTest, AssociationInstanceByItsReferenceKeys) {
   const std::string path =
       "Demo_ChassisFan.GroupComponent=\"Demo_Chassis.Tag=\\\"chassis0\\\"\","
