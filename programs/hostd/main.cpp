@@ -38,6 +38,7 @@ hostd::FrontConfig front_config(const hostd::Options &o) {
   config.workers.idle_ms = o.worker_idle * 1000LL;
   config.workers.max_requests = o.worker_requests;
   config.worker_memory = o.worker_memory_mib << 20;
+  config.provider_idle_ms = o.provider_idle * 1000LL;
   config.worker_cpu = o.worker_cpu;
   config.provider_timeout = o.provider_timeout;
   config.request_deadline = o.request_deadline;

@@ -42,7 +42,7 @@ TEST_F(Workers, TheSameWorkerServesTwoRequestsOfOneUser) {
   EXPECT_NE(first.pid, static_cast<unsigned long long>(daemon_.pid()));
 }
 
-TEST_F(Workers, AnUnloadNeverProviderKeepsItsMemoryAndOthersDoNot) {
+TEST_F(Workers, EveryProviderStaysLoadedBetweenRequestsOfItsWorker) {
   Served keep1 = served(socket(), "Test_Keep");
   Served keep2 = served(socket(), "Test_Keep");
   Served keep3 = served(socket(), "Test_Keep");
@@ -53,6 +53,28 @@ TEST_F(Workers, AnUnloadNeverProviderKeepsItsMemoryAndOthersDoNot) {
   Served plain1 = served(socket(), "Test_Plain");
   Served plain2 = served(socket(), "Test_Plain");
   EXPECT_EQ(plain1.count, 1u);
+  EXPECT_EQ(plain2.count, 2u) << "unused for less than --provider-idle: still loaded";
+  EXPECT_EQ(plain2.created, 1u);
+  EXPECT_EQ(plain1.pid, keep1.pid);
+  for (const cmpitest::LogLine &line : daemon_.lines()) {
+    EXPECT_EQ(line.text.find("Instance MI cleanup returned"), std::string::npos)
+        << "no provider is cleaned up while its worker serves: " << line.text;
+  }
+}
+
+// --provider-idle 0: providers not marked UnloadNever are unloaded after each request.
+class WorkersUnloadAtOnce : public HostdTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--provider-idle", "0"}; }
+};
+
+TEST_F(WorkersUnloadAtOnce, AnUnloadNeverProviderKeepsItsMemoryAndOthersDoNot) {
+  Served keep1 = served(socket(), "Test_Keep");
+  Served keep2 = served(socket(), "Test_Keep");
+  EXPECT_EQ(keep2.count, 2u);
+  Served plain1 = served(socket(), "Test_Plain");
+  Served plain2 = served(socket(), "Test_Plain");
+  EXPECT_EQ(plain1.count, 1u);
   EXPECT_EQ(plain2.count, 1u) << "a provider without UnloadNever starts afresh";
   EXPECT_EQ(plain1.pid, keep1.pid);
   EXPECT_TRUE(daemon_.wait_for(Hostd("provider TestPlain: Instance MI cleanup returned 0", 4)));
@@ -60,6 +82,43 @@ TEST_F(Workers, AnUnloadNeverProviderKeepsItsMemoryAndOthersDoNot) {
     EXPECT_NE(line.text, "provider TestKeep: Instance MI cleanup returned 0")
         << "an UnloadNever provider is cleaned up only when its worker retires";
   }
+}
+
+// --provider-idle 1: a provider unused for a second is unloaded by its worker.
+class WorkersUnloadIdleProviders : public HostdTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--provider-idle", "1"}; }
+};
+
+TEST_F(WorkersUnloadIdleProviders, AnIdleProviderIsUnloadedOnceAndStartsAfreshAfterwards) {
+  Served first = served(socket(), "Test_Plain");
+  Served second = served(socket(), "Test_Plain");
+  EXPECT_EQ(first.count, 1u);
+  EXPECT_EQ(second.count, 2u);
+  Served keep = served(socket(), "Test_Keep");
+  EXPECT_TRUE(daemon_.wait_for(Hostd("provider TestPlain was unused for 1 s: unloaded", 4)));
+  EXPECT_TRUE(daemon_.wait_for(Hostd("provider TestPlain: Instance MI cleanup returned 0", 4)));
+  Served after = served(socket(), "Test_Plain");
+  EXPECT_EQ(after.count, 1u) << "loaded afresh";
+  EXPECT_EQ(after.pid, first.pid) << "by the same worker";
+  Served keep_after = served(socket(), "Test_Keep");
+  EXPECT_EQ(keep_after.count, keep.count + 1) << "an UnloadNever provider is never idle";
+}
+
+TEST_F(WorkersUnloadIdleProviders, AProviderWithASlowCleanupPaysItOnceNotPerRequest) {
+  Served first = served(socket(), "Test_Linger");
+  Served second = served(socket(), "Test_Linger");
+  EXPECT_EQ(second.count, 2u);
+  Served third = served(socket(), "Test_Linger");
+  EXPECT_EQ(first.count, 1u);
+  EXPECT_EQ(third.count, 3u) << "one loaded copy served all three";
+  EXPECT_EQ(third.created, 1u);
+  EXPECT_TRUE(daemon_.wait_for(Hostd("provider TestLinger: Instance MI cleanup returned 0", 4)));
+  int cleanups = 0;
+  for (const cmpitest::LogLine &line : daemon_.lines()) {
+    if (line.text == "provider TestLinger: Instance MI cleanup returned 0") ++cleanups;
+  }
+  EXPECT_EQ(cleanups, 1);
 }
 
 TEST_F(Workers, TwoUsersGetTwoWorkers) {

@@ -63,6 +63,7 @@ TEST(ParseOptions, NoArgumentsRunWithTheDefaults) {
   EXPECT_EQ(o.workers_per_user, 4);
   EXPECT_EQ(o.max_workers, 64);
   EXPECT_EQ(o.worker_idle, 300);
+  EXPECT_EQ(o.provider_idle, 120);
   EXPECT_EQ(o.worker_requests, 10000u);
   EXPECT_EQ(o.worker_memory_mib, 2048u);
   EXPECT_EQ(o.worker_cpu, 60);
@@ -120,6 +121,8 @@ const std::vector<NumberCase> &number_cases() {
        [](const Options &o) { return o.max_workers; }},
       {"worker-idle", "1", "2592000", "0", "2592001", "1 to 2592000", 1, 2592000,
        [](const Options &o) { return o.worker_idle; }},
+      {"provider-idle", "0", "2592000", nullptr, "2592001", "0 to 2592000", 0, 2592000,
+       [](const Options &o) { return o.provider_idle; }},
       {"worker-requests", "0", "1099511627776", nullptr, "1099511627777",
        "0 to 1099511627776", 0, 1ull << 40, [](const Options &o) { return o.worker_requests; }},
       {"worker-memory", "0", "1073741824", nullptr, "1073741825", "0 to 1073741824", 0, 1ull << 30,

@@ -50,6 +50,7 @@ struct FrontConfig {
   int max_queue = 256;
   WorkerLimits workers;
   std::size_t worker_memory = 0;  // bytes; 0: none
+  long long provider_idle_ms = 0;  // an unused provider stays loaded this long in its worker
   int worker_cpu = 0;             // seconds per request; 0: none
   int provider_timeout = 30;
   int request_deadline = 0;       // seconds; 0: none

@@ -94,6 +94,7 @@ bool Front::start_worker(Connection &c) {
   setup.signal_mask = old_mask_;
   setup.front = getpid();
   setup.address_space = config_.worker_memory;
+  setup.provider_idle_ms = config_.provider_idle_ms;
   pid_t pid = fork();
   if (pid < 0) {
     HOSTD_ERROR("%s: cannot start a worker: %s", c.what.c_str(), std::strerror(errno));

@@ -45,6 +45,7 @@ const OptionRow kOptionRows[] = {
     {"max-workers", Kind::kNumber, 10, 1, 4096},
     {"max-clients", Kind::kNumber, 10, 1, 4096},  // the earlier name of --max-workers
     {"worker-idle", Kind::kNumber, 10, 1, 86400 * 30},
+    {"provider-idle", Kind::kNumber, 10, 0, 86400 * 30},
     {"worker-requests", Kind::kNumber, 10, 0, 1ull << 40},
     {"worker-memory", Kind::kNumber, 10, 0, 1ull << 30},
     {"worker-cpu", Kind::kNumber, 10, 0, 86400},
@@ -136,6 +137,8 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
     o->max_workers = static_cast<int>(n);
   } else if (name == "worker-idle") {
     o->worker_idle = static_cast<int>(n);
+  } else if (name == "provider-idle") {
+    o->provider_idle = static_cast<int>(n);
   } else if (name == "worker-requests") {
     o->worker_requests = static_cast<unsigned long>(n);
   } else if (name == "worker-memory") {
@@ -273,6 +276,9 @@ Workers (one user each, serving that user's requests one at a time):
   --workers-per-user N    workers of one user at once (default 4)
   --max-workers N         workers in all (default 64; --max-clients is the old name)
   --worker-idle SECS      an idle worker retires after this long (default 300)
+  --provider-idle SECS    a provider not marked UnloadNever stays loaded in its worker
+                          until unused this long (default 120; 0: unloaded after each
+                          request); UnloadNever providers stay until the worker retires
   --worker-requests N     a worker retires after this many requests (default 10000;
                           0: never)
   --worker-memory MIB     address space and resident memory of a worker (default 2048;

@@ -32,6 +32,7 @@ struct Options {
   int workers_per_user = 4;
   int max_workers = 64;
   int worker_idle = 300;                 // seconds an idle worker lives
+  int provider_idle = 120;               // seconds an unused provider stays loaded
   unsigned long worker_requests = 10000;  // requests after which a worker retires (0: never)
   std::size_t worker_memory_mib = 2048;  // address space and resident limit (0: none)
   int worker_cpu = 60;                   // CPU seconds one request may use (0: no limit)

@@ -59,11 +59,42 @@ void ProviderCache::unload(const std::string &provider, Entry &entry, const CMPI
   entry.library.reset();
 }
 
-void ProviderCache::release(const std::string &provider, const CMPIContext *ctx) {
+void ProviderCache::release(const std::string &provider, const CMPIContext *ctx,
+                            long long now_ms, long long idle_ms) {
   auto it = entries_.find(provider);
   if (it == entries_.end() || it->second.persistent) return;
+  it->second.last_used_ms = now_ms;
+  if (idle_ms > 0) return;
   unload(provider, it->second, ctx);
   entries_.erase(it);
+}
+
+std::size_t ProviderCache::unload_idle(const CMPIContext *ctx, long long now_ms,
+                                       long long idle_ms) {
+  std::size_t unloaded = 0;
+  for (auto it = entries_.begin(); it != entries_.end();) {
+    Entry &entry = it->second;
+    if (!entry.persistent && now_ms - entry.last_used_ms >= idle_ms) {
+      HOSTD_TRACE("provider %s was unused for %lld s: unloaded", it->first.c_str(),
+                  idle_ms / 1000);
+      unload(it->first, entry, ctx);
+      it = entries_.erase(it);
+      ++unloaded;
+    } else {
+      ++it;
+    }
+  }
+  return unloaded;
+}
+
+long long ProviderCache::next_idle(long long idle_ms) const {
+  long long next = -1;
+  for (const auto &entry : entries_) {
+    if (entry.second.persistent) continue;
+    const long long when = entry.second.last_used_ms + idle_ms;
+    if (next < 0 || when < next) next = when;
+  }
+  return next;
 }
 
 void ProviderCache::clear(const CMPIContext *ctx) {

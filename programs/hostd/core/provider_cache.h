@@ -3,7 +3,10 @@
 // A provider whose class the schema database marks UnloadNever is loaded once per worker: its
 // library stays open and each MI it creates is reused for every later request, until the
 // worker retires (clear), when each MI gets its cleanup with terminating true, once. Any other
-// provider is released after its request: cleanup (terminating true) and the library closed.
+// provider stays loaded after its request until it has gone unused for the idle time given
+// (unload_idle, called by the worker between requests; an idle time of 0 unloads it at once):
+// then cleanup (terminating true) is called once per MI and the library closed. A provider
+// whose library waits for its own threads when unloaded so pays that once, not per request.
 #ifndef CMPI_HOSTD_PROVIDER_CACHE_H
 #define CMPI_HOSTD_PROVIDER_CACHE_H
 
@@ -34,8 +37,17 @@ class ProviderCache {
                   bool persistent, const CMPIBroker *broker, const CMPIContext *ctx, void **mi,
                   CMPIStatus *created, std::string *why);
 
-  // After a request: unloads the provider unless it is persistent.
-  void release(const std::string &provider, const CMPIContext *ctx);
+  // After a request, at now_ms: the provider was used. With idle_ms 0 it is unloaded at once
+  // unless persistent.
+  void release(const std::string &provider, const CMPIContext *ctx, long long now_ms,
+               long long idle_ms);
+
+  // Unloads every provider that is not persistent and was last used idle_ms or more before
+  // now_ms. Returns how many were unloaded.
+  std::size_t unload_idle(const CMPIContext *ctx, long long now_ms, long long idle_ms);
+
+  // When the next provider becomes idle (a point of now_ms's clock), or -1 when none will.
+  long long next_idle(long long idle_ms) const;
 
   // Unloads every provider (the worker retires).
   void clear(const CMPIContext *ctx);
@@ -48,6 +60,7 @@ class ProviderCache {
     std::unique_ptr<ProviderLibrary> library;
     std::map<MIKind, void *> mis;
     bool persistent = false;
+    long long last_used_ms = 0;
   };
   void unload(const std::string &provider, Entry &entry, const CMPIContext *ctx);
 

@@ -4,6 +4,7 @@
 #include <cmpimacs.h>
 #include <sys/stat.h>
 
+#include "clock.h"
 #include "locations.h"
 #include "log.h"
 #include "log_text.h"
@@ -96,8 +97,9 @@ void ProviderCalls::log_failure(const std::string &provider, const char *functio
               upcall ? " (up-call)" : "");
 }
 
-void ProviderCalls::release(const CMPIContext *ctx) {
-  for (const std::string &provider : touched_) providers_.release(provider, ctx);
+void ProviderCalls::release(const CMPIContext *ctx, long long idle_ms) {
+  const long long now = now_ms();
+  for (const std::string &provider : touched_) providers_.release(provider, ctx, now, idle_ms);
   touched_.clear();
 }
 

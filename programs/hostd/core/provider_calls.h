@@ -59,8 +59,9 @@ class ProviderCalls {
 
   const std::string &user() const { return user_; }
 
-  // Unloads every provider touched by this request that is not kept loaded.
-  void release(const CMPIContext *ctx);
+  // The request ends: every provider it touched was used now; with idle_ms 0 those not kept
+  // loaded are unloaded at once.
+  void release(const CMPIContext *ctx, long long idle_ms);
 
  private:
   ProviderCache &providers_;

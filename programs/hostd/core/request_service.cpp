@@ -16,6 +16,7 @@
 
 #include "class_answer.h"
 #include "class_definition.h"
+#include "clock.h"
 #include "log.h"
 #include "mi_call.h"
 #include "provider_calls.h"
@@ -80,9 +81,9 @@ class StatusHolder {
 class Serving {
  public:
   Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers,
-          SchemaCache &schema, UpcallBroker &upcalls)
+          SchemaCache &schema, UpcallBroker &upcalls, long long provider_idle_ms)
       : principal_(principal), sink_(sink), providers_(providers), schema_(schema),
-        upcalls_(upcalls) {}
+        upcalls_(upcalls), provider_idle_ms_(provider_idle_ms) {}
   std::string run(const std::string &document);
 
  private:
@@ -97,6 +98,7 @@ class Serving {
   ProviderCache &providers_;
   SchemaCache &schema_;
   UpcallBroker &upcalls_;
+  long long provider_idle_ms_;
   RequestPtr request_;
   const wire::Operation *op_ = nullptr;
   std::string class_name_;
@@ -184,12 +186,13 @@ std::string Serving::with_provider() {
     BrokerOwned &owned;
     ProviderCalls &calls;
     const CMPIContext *ctx;
+    long long idle_ms;
     ~Scope() {
       upcalls.end();
       owned.release_all();
-      calls.release(ctx);
+      calls.release(ctx, idle_ms);
     }
-  } scope{upcalls_, owned, calls, ctx_.get()};
+  } scope{upcalls_, owned, calls, ctx_.get(), provider_idle_ms_};
   upcalls_.begin(&calls, &owned, ctx_.get());
 
   StreamingResult result(type, sink_, out_args_.get());
@@ -298,8 +301,21 @@ std::string Serving::last_frames(const CMPIStatus &st_in, const StreamingResult 
 RequestService::~RequestService() { retire(); }
 
 std::string RequestService::serve(const std::string &document) {
-  Serving serving(principal_, sink_, providers_, schema_, upcalls_);
+  Serving serving(principal_, sink_, providers_, schema_, upcalls_, provider_idle_ms_);
   return serving.run(document);
+}
+
+long long RequestService::unload_idle() {
+  if (provider_idle_ms_ <= 0) return -1;
+  long long now = now_ms();
+  if (providers_.next_idle(provider_idle_ms_) >= 0 &&
+      providers_.next_idle(provider_idle_ms_) <= now) {
+    ContextPtr ctx(make_context(principal_.name, ""));
+    providers_.unload_idle(ctx.get(), now, provider_idle_ms_);
+    now = now_ms();
+  }
+  const long long next = providers_.next_idle(provider_idle_ms_);
+  return next < 0 ? -1 : (next > now ? next - now : 0);
 }
 
 void RequestService::retire() {

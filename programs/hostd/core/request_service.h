@@ -32,12 +32,18 @@ namespace hostd {
 
 class RequestService {
  public:
-  RequestService(const Principal &principal, FrameSink *sink)
-      : principal_(principal), sink_(sink) {}
+  // provider_idle_ms: how long a provider not marked UnloadNever stays loaded unused (0:
+  // unloaded after each request).
+  RequestService(const Principal &principal, FrameSink *sink, long long provider_idle_ms = 0)
+      : principal_(principal), sink_(sink), provider_idle_ms_(provider_idle_ms) {}
   ~RequestService();
 
   // Serves the document; returns the final frames of the answer.
   std::string serve(const std::string &document);
+
+  // Between requests: unloads the providers unused for the idle time. Returns how long the
+  // worker may wait before calling again (milliseconds), or -1 when no provider waits for it.
+  long long unload_idle();
 
   // Unloads every provider (the worker retires).
   void retire();
@@ -45,6 +51,7 @@ class RequestService {
  private:
   const Principal &principal_;
   FrameSink *sink_;
+  long long provider_idle_ms_;
   UpcallBroker upcalls_;  // before providers_: MIs keep its broker until they are cleaned up
   ProviderCache providers_;
   SchemaCache schema_;

@@ -3,11 +3,13 @@
 
 #include <cmpiutility/privilege.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -84,6 +86,19 @@ void reap_left_behind() {
   }
 }
 
+// Waits until the front sends something, unloading providers as they become idle meanwhile.
+// false when waiting failed.
+bool wait_for_request(int fd, RequestService *service) {
+  for (;;) {
+    const long long wait_ms = service->unload_idle();
+    struct pollfd pfd = {fd, POLLIN, 0};
+    const int timeout = wait_ms < 0 ? -1 : static_cast<int>(std::min(wait_ms, 3600000LL));
+    const int n = poll(&pfd, 1, timeout);
+    if (n > 0) return true;
+    if (n < 0 && errno != EINTR) return false;
+  }
+}
+
 }  // namespace
 
 void run_worker_process(const WorkerSetup &setup) {
@@ -93,10 +108,11 @@ void run_worker_process(const WorkerSetup &setup) {
   int status = 0;
   {
     ChannelSink sink(setup.channel_fd);
-    RequestService service(setup.principal, &sink);
+    RequestService service(setup.principal, &sink, setup.provider_idle_ms);
     std::string document;
     MessageKind kind;
-    while (read_message(setup.channel_fd, &kind, &document)) {
+    while (wait_for_request(setup.channel_fd, &service) &&
+           read_message(setup.channel_fd, &kind, &document)) {
       if (kind != MessageKind::kRequest) {
         HOSTD_ERROR("worker for %s: unexpected message %u from the front",
                     setup.principal.name.c_str(), static_cast<unsigned>(kind));

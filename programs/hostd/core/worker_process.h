@@ -10,7 +10,8 @@
 //  3. switches its identity for good to the user (assignBasePriv; skipped when the process
 //     already runs as that user) and asks to be killed when the front goes away;
 //  4. serves request messages one at a time (RequestService), sending frames as kFrames
-//     messages and the last frames as kEnd, and reaps what its providers leave behind;
+//     messages and the last frames as kEnd, and reaps what its providers leave behind; while
+//     it waits for the next request, it unloads the providers unused for provider_idle_ms;
 //  5. when the front ends the channel, unloads its providers (cleanup, terminating true) and
 //     exits with status 0.
 #ifndef CMPI_HOSTD_WORKER_PROCESS_H
@@ -33,6 +34,7 @@ struct WorkerSetup {
   sigset_t signal_mask;          // the mask the daemon started with
   pid_t front = 0;               // the front's pid, to notice its end
   std::size_t address_space = 0;  // bytes; 0: no limit
+  long long provider_idle_ms = 0;  // unused providers are unloaded after this long
 };
 
 [[noreturn]] void run_worker_process(const WorkerSetup &setup);

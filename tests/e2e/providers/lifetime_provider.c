@@ -14,6 +14,7 @@
  *     MODE_FORK     starts a detached process (setsid, forked twice) that sleeps for 10 minutes,
  *                   returns one instance whose "Pid" is that process, then hangs
  *     MODE_SLOW     returns 10 instances, one every 200 ms, then completes
+ *     MODE_LINGER   as MODE_COUNTER, but its cleanup takes a second
  *   createInstance, modifyInstance and deleteInstance fail with CMPI_RC_ERR_NOT_SUPPORTED and a
  *   message of 20,000 characters ("refused: " followed by 'x's), longer than any frame buffer.
  */
@@ -31,6 +32,7 @@
 #define MODE_SPIN 3
 #define MODE_FORK 4
 #define MODE_SLOW 5
+#define MODE_LINGER 6
 
 #define EXPORTED __attribute__((visibility("default")))
 #define JOIN2(a, b) a##b
@@ -80,6 +82,11 @@ static CMPIStatus cleanup(CMPIInstanceMI *mi, const CMPIContext *ctx, CMPIBoolea
   (void)mi;
   (void)ctx;
   (void)terminating;
+#if LIFETIME_MODE == MODE_LINGER
+  /* Like a provider whose library waits for its sampling thread when unloaded. */
+  struct timespec second = {1, 0};
+  nanosleep(&second, NULL);
+#endif
   return ok_status();
 }
 
@@ -106,7 +113,7 @@ static CMPIStatus enum_instances(CMPIInstanceMI *mi, const CMPIContext *ctx,
   ++calls_;
   CMPIUint32 self = (CMPIUint32)getpid();
   (void)self;
-#if LIFETIME_MODE == MODE_COUNTER
+#if LIFETIME_MODE == MODE_COUNTER || LIFETIME_MODE == MODE_LINGER
   return_one(rslt, op, "count", self);
 #elif LIFETIME_MODE == MODE_HOG
   const size_t block = 64u << 20;
