@@ -2,7 +2,8 @@
 // instances at both ends, routing of associators and references over the class hierarchy,
 // class-path checks against superclasses, and provider statuses with their messages.
 // Classes (tests/support/hostd_harness.cpp): Test_Rack and Test_Disk (a Test_Device) served by
-// TestEnds; the association Test_RackDevice served by TestLinks
+// TestEnds; the association Test_RackDevice served by TestLinks, and the second association on
+// racks, Test_RackPower (to a Test_Feed), served by TestPower, which fails for rack r2
 // (tests/e2e/providers/association_provider.c).
 #include <cmpimacs.h>
 #include <pwd.h>
@@ -68,7 +69,7 @@ std::string referenced_key(CMPIInstance *inst, const char *name, const char *key
 using Upcalls = HostdTest;
 
 TEST_F(Upcalls, AssociatorsOfARackAskTheBrokerForEveryDeviceAndItsInstance) {
-  Answer a = associators(socket(), rack("r1"), nullptr, nullptr);
+  Answer a = associators(socket(), rack("r1"), "Test_RackDevice", nullptr);
   EXPECT_EQ(a.rc, 0);
   EXPECT_TRUE(a.complete);
   EXPECT_EQ(values_of(a, "Id"), (std::set<std::string>{"d1", "d2"}));
@@ -93,10 +94,10 @@ TEST_F(Upcalls, AnAssociationClassNamedByTheClientIsAskedAlone) {
 }
 
 TEST_F(Upcalls, AResultClassFilterOnASuperclassMatchesItsSubclasses) {
-  Answer devices = associators(socket(), rack("r1"), nullptr, "Test_Device");
+  Answer devices = associators(socket(), rack("r1"), "Test_RackDevice", "Test_Device");
   EXPECT_EQ(devices.rc, 0);
   EXPECT_EQ(values_of(devices, "Id"), (std::set<std::string>{"d1", "d2"}));
-  Answer racks = associators(socket(), rack("r1"), nullptr, "Test_Rack");
+  Answer racks = associators(socket(), rack("r1"), "Test_RackDevice", "Test_Rack");
   EXPECT_EQ(racks.rc, 0);
   EXPECT_TRUE(racks.complete);
   EXPECT_TRUE(racks.instances.empty());
@@ -105,14 +106,58 @@ TEST_F(Upcalls, AResultClassFilterOnASuperclassMatchesItsSubclasses) {
 TEST_F(Upcalls, ReferencesWithoutAResultClassAskEveryAssociationThatCanReferToTheClass) {
   Answer a = references(socket(), rack("r1"), nullptr);
   EXPECT_EQ(a.rc, 0);
-  ASSERT_EQ(a.instances.size(), 2u);
+  ASSERT_EQ(a.instances.size(), 3u);
   std::set<std::string> devices;
-  for (CMPIInstance *inst : a.instances) {
-    EXPECT_EQ(class_of(inst), "Test_RackDevice");
-    EXPECT_EQ(referenced_key(inst, "Rack", "Name"), "r1");
-    devices.insert(referenced_key(inst, "Device", "Id"));
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(class_of(a.instances[i]), "Test_RackDevice") << "by association class name";
+    EXPECT_EQ(referenced_key(a.instances[i], "Rack", "Name"), "r1");
+    devices.insert(referenced_key(a.instances[i], "Device", "Id"));
   }
   EXPECT_EQ(devices, (std::set<std::string>{"d1", "d2"}));
+  EXPECT_EQ(class_of(a.instances[2]), "Test_RackPower");
+  EXPECT_EQ(referenced_key(a.instances[2], "Feed", "Id"), "f1");
+}
+
+TEST_F(Upcalls, AssociatorsWithoutAnAssociationClassAreTheUnionInOrderOfTheAssociationClasses) {
+  Answer a = associators(socket(), rack("r1"), nullptr, nullptr);
+  EXPECT_EQ(a.rc, 0);
+  EXPECT_TRUE(a.complete);
+  ASSERT_EQ(a.instances.size(), 3u);
+  EXPECT_EQ(class_of(a.instances[0]), "Test_Disk");
+  EXPECT_EQ(class_of(a.instances[1]), "Test_Disk");
+  EXPECT_EQ(class_of(a.instances[2]), "Test_Feed");
+  EXPECT_EQ(values_of(a, "Id"), (std::set<std::string>{"d1", "d2", "f1"}));
+}
+
+TEST_F(Upcalls, WhenOneAssociationProviderFailsTheWholeCallFailsWithItsStatus) {
+  Answer a = associators(socket(), rack("r2"), nullptr, nullptr);
+  EXPECT_EQ(a.rc, CMPI_RC_ERR_FAILED);
+  EXPECT_FALSE(a.complete);
+  ASSERT_EQ(a.instances.size(), 1u) << "the results before the failing provider were sent";
+  EXPECT_EQ(text_property(a.instances[0], "Id"), "d3");
+  EXPECT_TRUE(daemon_.wait_for(Hostd(
+      "provider TestPower failed associators of Test_RackPower for root: CMPI_RC_ERR_FAILED "
+      "(1): the power feed of rack r2 cannot be reached",
+      2)));
+  Answer names_only = references(socket(), rack("r2"), "Test_RackDevice");
+  EXPECT_EQ(names_only.rc, 0) << "asked alone, the other association still answers";
+}
+
+TEST_F(Upcalls, AnAssociationClassWithoutInstanceProviderEnumeratesAsEmpty) {
+  for (int type : {ENUMINST, ENUMINSTNAMES}) {
+    Answer a =
+        enumerate(socket(), build_frame(type, "root", make_path("Test_RackDevice")), type);
+    EXPECT_EQ(a.rc, 0) << type;
+    EXPECT_TRUE(a.complete) << type;
+    EXPECT_TRUE(a.instances.empty() && a.paths.empty()) << type;
+  }
+  EXPECT_TRUE(daemon_.wait_for(Hostd(
+      "class Test_RackDevice: provider TestLinks offers no Instance MI; the association class "
+      "enumerates as empty",
+      4)));
+  Answer get = get_instance(socket(), build_frame(GETINST, "root", make_path("Test_RackDevice",
+                                                                             {{"Rack", "x"}})));
+  EXPECT_EQ(get.rc, CMPI_RC_ERR_NOT_SUPPORTED);
 }
 
 TEST_F(Upcalls, ReferencesHonourTheResultClass) {
@@ -184,7 +229,7 @@ TEST_F(Upcalls, UpCallsRunAsTheRequestingUser) {
     GTEST_SKIP() << "needs root and the user nobody";
   }
   const unsigned long long nobody = getpwnam("nobody")->pw_uid;
-  Answer a = associators(socket(), rack("r1"), nullptr, nullptr, "nobody");
+  Answer a = associators(socket(), rack("r1"), "Test_RackDevice", nullptr, "nobody");
   EXPECT_EQ(a.rc, 0);
   ASSERT_EQ(a.instances.size(), 2u);
   for (CMPIInstance *inst : a.instances) EXPECT_EQ(number_property(inst, "Uid"), nobody);

@@ -79,14 +79,17 @@ const char kTestClasses[] =
     "('Test_Rack', 'TestEnds', 'root/cimv2', '0'),"
     "('Test_Disk', 'TestEnds', 'root/cimv2', '0'),"
     "('Test_RackDevice', 'TestLinks', 'root/cimv2', '0'),"
-    "('Test_Linger', 'TestLinger', 'root/cimv2', '0');"
+    "('Test_Linger', 'TestLinger', 'root/cimv2', '0'),"
+    "('Test_RackPower', 'TestPower', 'root/cimv2', '0');"
     // The hierarchy of the association test classes: Test_Device (no provider) above
     // Test_Disk; Test_RackDevice links a Test_Rack and a Test_Device.
     "INSERT INTO Tbl_Class (ClassName, SuperClass, NameSpace, IsAssociation) VALUES "
     "('Test_Device', NULL, 'root/cimv2', 0),"
     "('Test_Disk', 'Test_Device', 'root/cimv2', 0),"
     "('Test_Rack', NULL, 'root/cimv2', 0),"
-    "('Test_RackDevice', NULL, 'root/cimv2', 1);"
+    "('Test_RackDevice', NULL, 'root/cimv2', 1),"
+    "('Test_Feed', NULL, 'root/cimv2', 0),"
+    "('Test_RackPower', NULL, 'root/cimv2', 1);"
     "INSERT INTO Tbl_ClassProperty (ClassName, PropertyName, DataType, IsKey, Position, "
     "ReferenceClass) VALUES "
     "('Test_Device', 'Id', 5632, 1, 1, NULL),"
@@ -95,7 +98,10 @@ const char kTestClasses[] =
     "('Test_Disk', 'Uid', 160, 0, 2, NULL),"
     "('Test_Rack', 'Name', 5632, 1, 1, NULL),"
     "('Test_RackDevice', 'Rack', 4352, 1, 1, 'Test_Rack'),"
-    "('Test_RackDevice', 'Device', 4352, 1, 2, 'Test_Device');";
+    "('Test_RackDevice', 'Device', 4352, 1, 2, 'Test_Device'),"
+    "('Test_Feed', 'Id', 5632, 1, 1, NULL),"
+    "('Test_RackPower', 'Rack', 4352, 1, 1, 'Test_Rack'),"
+    "('Test_RackPower', 'Feed', 4352, 1, 2, 'Test_Feed');";
 
 // Sets the demo state up as its administrator would, before any daemon serves anyone: one
 // in-process call of the demo provider by this process's user (root in the suite), which
@@ -156,7 +162,7 @@ Workspace::Workspace() {
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
         "libtestslow.so", "libtestends.so", "libtestlinks.so",
-        "libtestlinger.so"}) {
+        "libtestlinger.so", "libtestpower.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
   set_up_demo_state(*this);

@@ -12,9 +12,20 @@
 
 namespace hostd {
 
-bool ProviderCalls::find_mi(const std::string &class_name, wire::MIKind kind,
+namespace {
+
+bool enumerates(MiOperation operation) {
+  return operation == MiOperation::kEnumerateInstances ||
+         operation == MiOperation::kEnumerateInstanceNames ||
+         operation == MiOperation::kExecQuery;
+}
+
+}  // namespace
+
+bool ProviderCalls::find_mi(const std::string &class_name, MiOperation operation,
                             const CMPIContext *ctx, void **mi, std::string *provider,
                             Failure *failure) {
+  const wire::MIKind kind = mi_kind_of(operation);
   std::string why;
   bool persistent = false;
   switch (schema_.provider_of(schema_database_path(), class_name, provider, &persistent, &why)) {
@@ -56,6 +67,13 @@ bool ProviderCalls::find_mi(const std::string &class_name, wire::MIKind kind,
       *failure = {CMPI_RC_ERR_FAILED, "provider " + *provider + " cannot be loaded"};
       return false;
     case ProviderCache::Outcome::kNoFactory:
+      if (enumerates(operation) && graph().is_association(class_name)) {
+        HOSTD_TRACE("class %s: provider %s offers no Instance MI; the association class "
+                    "enumerates as empty",
+                    log_text(class_name).c_str(), provider->c_str());
+        *failure = {CMPI_RC_OK, "", true};
+        return false;
+      }
       HOSTD_ERROR("provider %s offers no %s MI (neither %s_Create_%sMI nor _Generic_Create_%sMI)",
                   provider->c_str(), kind_name, provider->c_str(), kind_name, kind_name);
       *failure = {CMPI_RC_ERR_NOT_SUPPORTED,

@@ -23,6 +23,7 @@
 #include <set>
 #include <string>
 
+#include "mi_call.h"
 #include "operations.h"
 #include "provider_cache.h"
 #include "schema_cache.h"
@@ -32,6 +33,9 @@ namespace hostd {
 struct Failure {
   int rc = 0;
   std::string message;
+  // No failure after all: an association class whose provider has no instance MI enumerates
+  // as empty (as CIM object managers answer); the caller skips this target.
+  bool empty = false;
 };
 
 class ProviderCalls {
@@ -42,9 +46,12 @@ class ProviderCalls {
   ProviderCalls(const ProviderCalls &) = delete;
   ProviderCalls &operator=(const ProviderCalls &) = delete;
 
-  // The MI of kind for class_name in *mi and its provider's name in *provider; false with
-  // *failure (logged) when there is none.
-  bool find_mi(const std::string &class_name, wire::MIKind kind, const CMPIContext *ctx,
+  // The MI that serves operation for class_name in *mi and its provider's name in *provider;
+  // false with *failure (logged) when there is none. An enumeration (instances, names, query)
+  // of an association class whose provider offers no instance MI sets failure->empty instead,
+  // logged as a trace: "class <C>: provider <P> offers no Instance MI; the association class
+  // enumerates as empty".
+  bool find_mi(const std::string &class_name, MiOperation operation, const CMPIContext *ctx,
                void **mi, std::string *provider, Failure *failure);
 
   // The class hierarchy of the schema database (empty when it cannot be read: names alone

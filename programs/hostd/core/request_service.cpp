@@ -202,7 +202,9 @@ std::string Serving::with_provider() {
     void *mi = nullptr;
     std::string provider;
     Failure failure;
-    if (!calls.find_mi(target.class_name, op_->mi, ctx_.get(), &mi, &provider, &failure)) {
+    if (!calls.find_mi(target.class_name, request.operation, ctx_.get(), &mi, &provider,
+                       &failure)) {
+      if (failure.empty) continue;
       return fail(failure.rc);
     }
     HOSTD_TRACE("worker for %s: serving request type %d as %s (uid %u) with provider %s",

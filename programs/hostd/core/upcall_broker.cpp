@@ -343,8 +343,8 @@ CMPIStatus UpcallBroker::run(const CMPIContext *ctx, const CMPIObjectPath *op,
     void *mi = nullptr;
     std::string provider;
     Failure failure;
-    if (!calls_->find_mi(target.class_name, mi_kind_of(request.operation), ctx, &mi, &provider,
-                         &failure)) {
+    if (!calls_->find_mi(target.class_name, request.operation, ctx, &mi, &provider, &failure)) {
+      if (failure.empty) continue;
       return refuse(static_cast<CMPIrc>(failure.rc), failure.message);
     }
     MiRequest asked = request;

@@ -20,6 +20,11 @@
  *     - method "Probe" (no arguments): out arguments SetPropertyMessage and IndicationMessage
  *       (the messages of a broker setProperty and deliverIndication), DiskIsDevice and
  *       DiskIsRack (uint32 1/0, CMClassPathIsA of a Test_Disk path).
+ *   ASSOC_MODE MODE_POWER  provider "TestPower", a second association on racks: Test_RackPower
+ *                          (Rack to a Test_Rack, Feed to a Test_Feed), association MI only.
+ *                          Rack r1 is fed by Test_Feed "f1" (built here, no up-call); asking
+ *                          for rack r2 fails with CMPI_RC_ERR_FAILED and "the power feed of
+ *                          rack r2 cannot be reached".
  */
 #include <cmpimacs.h>
 #include <stdio.h>
@@ -28,6 +33,7 @@
 
 #define MODE_ENDS 1
 #define MODE_LINKS 2
+#define MODE_POWER 3
 
 #define EXPORTED __attribute__((visibility("default")))
 
@@ -207,6 +213,98 @@ static CMPIInstanceMIFT instance_ft = {
 EXPORTED CMPIInstanceMI *TestEnds_Create_InstanceMI(const CMPIBroker *broker,
                                                     const CMPIContext *ctx, CMPIStatus *rc) {
   static CMPIInstanceMI mi = {NULL, &instance_ft};
+  (void)ctx;
+  broker_ = broker;
+  if (rc != NULL) *rc = ok_status();
+  return &mi;
+}
+
+#elif ASSOC_MODE == MODE_POWER
+
+static CMPIStatus power_cleanup(CMPIAssociationMI *mi, const CMPIContext *ctx,
+                                CMPIBoolean terminating) {
+  (void)mi, (void)ctx, (void)terminating;
+  return ok_status();
+}
+
+/* The feed of a rack path into the result: the Test_Feed or the Test_RackPower linking them. */
+static CMPIStatus feed(const CMPIResult *rslt, const CMPIObjectPath *op, const char *filter,
+                       int links, int names) {
+  char key[128];
+  char text[256];
+  if (filter != NULL && strcasecmp(filter, "Test_RackPower") != 0) return ok_status();
+  if (!CMClassPathIsA(broker_, op, "Test_Rack", NULL)) return ok_status();
+  key_of(op, "Name", key, sizeof key);
+  if (strcmp(key, "r1") != 0) {
+    snprintf(text, sizeof text, "the power feed of rack %s cannot be reached", key);
+    return status_with(CMPI_RC_ERR_FAILED, text);
+  }
+  CMPIObjectPath *feed_path = path_of("Test_Feed", "Id", "f1");
+  CMPIObjectPath *result = feed_path;
+  if (links) {
+    result = CMNewObjectPath(broker_, "root/cimv2", "Test_RackPower", NULL);
+    CMAddKey(result, "Rack", &op, CMPI_ref);
+    CMAddKey(result, "Feed", &feed_path, CMPI_ref);
+  }
+  if (names) {
+    CMReturnObjectPath(rslt, result);
+  } else {
+    CMPIInstance *inst = CMNewInstance(broker_, result, NULL);
+    if (links) {
+      CMSetProperty(inst, "Rack", &op, CMPI_ref);
+      CMSetProperty(inst, "Feed", &feed_path, CMPI_ref);
+    } else {
+      CMSetProperty(inst, "Id", "f1", CMPI_chars);
+    }
+    CMReturnInstance(rslt, inst);
+    CMRelease(inst);
+  }
+  if (result != feed_path) CMRelease(result);
+  CMRelease(feed_path);
+  return ok_status();
+}
+
+static CMPIStatus power_associators(CMPIAssociationMI *mi, const CMPIContext *ctx,
+                                    const CMPIResult *rslt, const CMPIObjectPath *op,
+                                    const char *assoc_class, const char *result_class,
+                                    const char *role, const char *result_role,
+                                    const char **properties) {
+  (void)mi, (void)ctx, (void)result_class, (void)role, (void)result_role, (void)properties;
+  return feed(rslt, op, assoc_class, 0, 0);
+}
+
+static CMPIStatus power_associator_names(CMPIAssociationMI *mi, const CMPIContext *ctx,
+                                         const CMPIResult *rslt, const CMPIObjectPath *op,
+                                         const char *assoc_class, const char *result_class,
+                                         const char *role, const char *result_role) {
+  (void)mi, (void)ctx, (void)result_class, (void)role, (void)result_role;
+  return feed(rslt, op, assoc_class, 0, 1);
+}
+
+static CMPIStatus power_references(CMPIAssociationMI *mi, const CMPIContext *ctx,
+                                   const CMPIResult *rslt, const CMPIObjectPath *op,
+                                   const char *result_class, const char *role,
+                                   const char **properties) {
+  (void)mi, (void)ctx, (void)role, (void)properties;
+  return feed(rslt, op, result_class, 1, 0);
+}
+
+static CMPIStatus power_reference_names(CMPIAssociationMI *mi, const CMPIContext *ctx,
+                                        const CMPIResult *rslt, const CMPIObjectPath *op,
+                                        const char *result_class, const char *role) {
+  (void)mi, (void)ctx, (void)role;
+  return feed(rslt, op, result_class, 1, 1);
+}
+
+static CMPIAssociationMIFT power_ft = {
+    100, 100, "power", power_cleanup, power_associators, power_associator_names,
+    power_references, power_reference_names,
+};
+
+EXPORTED CMPIAssociationMI *TestPower_Create_AssociationMI(const CMPIBroker *broker,
+                                                          const CMPIContext *ctx,
+                                                          CMPIStatus *rc) {
+  static CMPIAssociationMI mi = {NULL, &power_ft};
   (void)ctx;
   broker_ = broker;
   if (rc != NULL) *rc = ok_status();
