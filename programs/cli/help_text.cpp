@@ -55,13 +55,13 @@ const char kOutput[] = R"(Output:
   property, as the answer carried it (strings quoted, arrays as {a, b}, an empty
   array as {}, references as their path, embedded instances nested, NULL for null,
   (char16, no value carried) for a char16 property, whose value the answer never
-  holds); enum-names one path per line; invoke
+  holds); enum-names, associator-names, reference-names one path per line; invoke
   "ReturnValue = v;" and one line per output argument; modify/delete
   "Status = CMPI_RC_OK;"; create "Created = PATH;" and the status. A progress
   line goes to standard error during long enumerations when it is a terminal.
   JSON (--json), one document on standard output:
     enum, associators, references, query, local-enum  {"instances": [INSTANCE...]}
-    enum-names   {"paths": [PATH...]}
+    enum-names, associator-names, reference-names  {"paths": [PATH...]}
     get, local-get  {"instance": INSTANCE}
     get-class    {"class": {"className", "namespace", "properties": [NAME...],
                   "methods": [{"name", "parameters": [{"name", "type", "direction"}]}]}}
@@ -95,8 +95,10 @@ const char kExitStatus[] = R"(Exit status:
 
 const char kEnvironment[] = R"(Environment:
   CMPI_HOSTD_SOCKET         the default socket
-  CMPIUTILITY_SCHEMA_DB     local-get, local-enum: the schema database (default
-                            /etc/wsman/Database/Schema/CIMSchema.db)
+  CMPIUTILITY_SCHEMA_DB     the schema database (default
+                            /etc/wsman/Database/Schema/CIMSchema.db): local-get and
+                            local-enum use it, associator-names and reference-names
+                            read the key properties of classes from it
   CMPIUTILITY_PROVIDER_DIR  local-get, local-enum: the provider directory, with a
                             trailing slash (default /lib/cmpi/)
   DLOG_LEVEL, DLOG_OUTPUT   the library's diagnostic lines (see --debug)
@@ -146,12 +148,23 @@ std::vector<CommandInfo> make_commands() {
        "  --result-role NAME    the role the associated instances play\n"
        "Example: cmpi-cli associators 'Demo_Chassis.Tag=\"chassis0\"' "
        "--assoc-class Demo_ChassisFan\n"},
+      {"associator-names", "PATH", 1, 1,
+       {"--assoc-class", "--result-class", "--role", "--result-role"},
+       "the paths of the instances associated with an instance",
+       "Options as for associators. Prints one path per line. The daemon has no names\n"
+       "request: the full associators are asked for and their paths shown.\n"
+       "Example: cmpi-cli associator-names 'Demo_Chassis.Tag=\"chassis0\"'\n"},
       {"references", "PATH", 1, 1, {"--result-class", "--role"},
        "the association instances that refer to an instance",
        "Options:\n"
        "  --result-class CLASS  only associations of this class\n"
        "  --role NAME           the role the source instance plays\n"
        "Example: cmpi-cli references 'Demo_Chassis.Tag=\"chassis0\"'\n"},
+      {"reference-names", "PATH", 1, 1, {"--result-class", "--role"},
+       "the paths of the association instances that refer to an instance",
+       "Options as for references. Prints one path per line, derived from the full\n"
+       "references as for associator-names.\n"
+       "Example: cmpi-cli reference-names 'Demo_Chassis.Tag=\"chassis0\"'\n"},
       {"query", "[CLASS] QUERY", 1, 2, {},
        "run a query",
        "CLASS ([NAMESPACE:]CLASS) chooses the provider; without it the class is the\n"

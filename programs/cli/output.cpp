@@ -1,6 +1,12 @@
 // output.cpp - text and JSON results, progress line.
 #include "output.h"
 
+#include <cmpimacs.h>
+
+#include "class_keys.h"
+#include "locations.h"
+#include "result_names.h"
+
 #include "value_json.h"
 #include "value_text.h"
 
@@ -27,8 +33,13 @@ void Output::member(const std::string &name, const Json::Value &value) {
   if (json_) document_[name] = value;
 }
 
+void Output::names_only(const std::string &name_space) {
+  names_only_ = true;
+  names_namespace_ = name_space;
+}
+
 void Output::start_list(const std::string &name) {
-  list_ = name;
+  list_ = names_only_ && name == "instances" ? "paths" : name;
   count_ = 0;
   if (json_) document_[name] = Json::Value(Json::arrayValue);
 }
@@ -42,6 +53,16 @@ void Output::counted() {
 }
 
 void Output::add_instance(const CMPIInstance *inst, const Json::Value &props) {
+  if (names_only_) {
+    if (!class_keys_) class_keys_ = std::make_unique<wire::ClassKeys>(wire::schema_database_path());
+    CMPIObjectPath *name =
+        wire::result_name(inst, names_namespace_, class_keys_->of(wire::class_of(inst)));
+    if (name != nullptr) {
+      add_path(name);
+      CMRelease(name);
+    }
+    return;
+  }
   if (json_) {
     document_[list_].append(instance_json(inst, props));
   } else {

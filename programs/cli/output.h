@@ -7,8 +7,13 @@
 #include <json/json.h>
 
 #include <cstddef>
+#include <memory>
 #include <ostream>
 #include <string>
+
+namespace wire {
+class ClassKeys;
+}  // namespace wire
 
 namespace cli {
 
@@ -30,6 +35,11 @@ class Output {
   // A list of results under a member ("instances", "paths"): each item is printed at once in
   // text mode (instances separated by a blank line) and appended in JSON mode.
   void start_list(const std::string &name);
+  // From now on instances are shown by their names (the names operations): the list
+  // "instances" becomes "paths", each instance its path, in name_space when it names none,
+  // its keys being the key properties the schema database declares for its class (the
+  // database in force: CMPIUTILITY_SCHEMA_DB, else the fixed path).
+  void names_only(const std::string &name_space);
   // props: the "InstanceProps" of the instance's frame (null: show the instance as decoded).
   void add_instance(const CMPIInstance *inst, const Json::Value &props = Json::Value());
   void add_path(const CMPIObjectPath *path);
@@ -56,6 +66,9 @@ class Output {
   bool finished_ = false;
   Json::Value document_{Json::objectValue};
   std::string list_;
+  bool names_only_ = false;
+  std::unique_ptr<wire::ClassKeys> class_keys_;  // read when the first name is made
+  std::string names_namespace_;
   std::size_t count_ = 0;
 };
 

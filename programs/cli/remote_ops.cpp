@@ -166,7 +166,9 @@ void run_invoke(const Invocation &inv, Output &out) {
            args_text(answer.out.get(), wire::kReturnValueArgument));
 }
 
-void run_associators(const Invocation &inv, Output &out, bool refs_only) {
+// associators and references; names: associator-names and reference-names, whose answers are
+// the paths of the full results (result_names.h).
+void run_associators(const Invocation &inv, Output &out, bool refs_only, bool names) {
   const ParsedPath parsed = instance_argument(inv.arguments[0], inv.command);
   check_sendable(parsed, {}, inv.command);
   name_option(inv.assoc_class, "--assoc-class", inv.command);
@@ -174,8 +176,10 @@ void run_associators(const Invocation &inv, Output &out, bool refs_only) {
   name_option(inv.role, "--role", inv.command);
   name_option(inv.result_role, "--result-role", inv.command);
   PathPtr path = build(parsed, inv);
+  const std::string name_space = parsed.name_space.empty() ? inv.name_space : parsed.name_space;
   Request request(inv.user, ASSOCIATORS, std::move(path), nullptr, nullptr,
                   make_assoc(inv, refs_only), "");
+  if (names) out.names_only(name_space);
   exchange(inv, request, out);
 }
 
@@ -214,8 +218,10 @@ void run_remote(const Invocation &inv, Output &out) {
   if (c == "modify") return run_modify(inv, out);
   if (c == "delete") return run_delete(inv, out);
   if (c == "invoke") return run_invoke(inv, out);
-  if (c == "associators") return run_associators(inv, out, false);
-  if (c == "references") return run_associators(inv, out, true);
+  if (c == "associators") return run_associators(inv, out, false, false);
+  if (c == "associator-names") return run_associators(inv, out, false, true);
+  if (c == "references") return run_associators(inv, out, true, false);
+  if (c == "reference-names") return run_associators(inv, out, true, true);
   if (c == "query") return run_query(inv, out);
   if (c == "get-class") return run_get_class(inv, out);
   throw UsageError("unknown command '" + c + "'");

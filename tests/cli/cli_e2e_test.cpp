@@ -71,6 +71,15 @@ class CliTest : public ::testing::Test {
     return run;
   }
 
+  // cmpi-cli with the workspace's schema database, where the names commands read key
+  // properties.
+  CliRun cli_names(std::vector<std::string> args) {
+    args.insert(args.begin(), {"--socket", ws_.socket});
+    CliRun run = run_cli(args, {{"CMPIUTILITY_SCHEMA_DB", ws_.schema_db}});
+    expect_clean(run);
+    return run;
+  }
+
   // The environment of the in-process calls: the workspace's database, providers and state.
   clitest::Environment local_env() const {
     return {{"CMPIUTILITY_SCHEMA_DB", ws_.schema_db},
@@ -230,6 +239,36 @@ TEST_F(CliTest, AProvidersMessageReachesTheUser) {
   CliRun missing = cli({"get", "Test_Rack.Name=\"r9\""});
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.err, "CMPI_RC_ERR_NOT_FOUND: no such rack r9\n");
+}
+
+// The names operations are derived from the full results: the same paths, one per line.
+TEST_F(CliTest, AssociatorNamesAndReferenceNamesAreThePathsOfTheFullResults) {
+  CliRun names =
+      cli_names({"associator-names", kChassis0, "--assoc-class", "Demo_ChassisFan"});
+  ASSERT_EQ(names.status, 0) << names.err;
+  CliRun fans = cli({"enum-names", "Demo_Fan"});
+  ASSERT_EQ(fans.status, 0) << fans.err;
+  EXPECT_EQ(occurrences(names.out, "\n"), 2);
+  EXPECT_EQ(names.out, fans.out) << "chassis0 holds both fans";
+  CliRun full = cli({"--json", "associators", kChassis0});
+  CliRun json_names = cli_names({"--json", "associator-names", kChassis0});
+  Json::Value instances = parse_json(full.out)["instances"];
+  Json::Value paths = parse_json(json_names.out)["paths"];
+  ASSERT_EQ(paths.size(), instances.size());
+  ASSERT_EQ(paths.size(), 2u);
+  for (Json::ArrayIndex i = 0; i < paths.size(); ++i) {
+    EXPECT_EQ(paths[i]["className"], instances[i]["className"]) << json_names.out;
+  }
+  CliRun refs = cli_names({"reference-names", kFan0});
+  ASSERT_EQ(refs.status, 0) << refs.err;
+  EXPECT_EQ(refs.out,
+            "root/cimv2:Demo_ChassisFan.GroupComponent=\"root/cimv2:Demo_Chassis.Tag=\\\"chassis0"
+            "\\\"\",PartComponent=\"root/cimv2:Demo_Fan.DeviceID=\\\"fan0\\\",SystemName="
+            "\\\"bmc0\\\"\"\n");
+  CliRun rack_names = cli_names({"reference-names", "Test_Rack.Name=\"r1\"", "--result-class",
+                                 "Test_RackPower"});
+  ASSERT_EQ(rack_names.status, 0) << rack_names.err;
+  EXPECT_EQ(occurrences(rack_names.out, "root/cimv2:Test_RackPower."), 1) << rack_names.out;
 }
 
 TEST_F(CliTest, AssociationInstanceByItsReferenceKeys) {

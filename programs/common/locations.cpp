@@ -4,7 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 
-namespace hostd {
+namespace wire {
 
 void export_locations(const std::string &schema_db, const std::string &provider_dir) {
   if (!schema_db.empty()) setenv(kSchemaDatabaseVariable, schema_db.c_str(), 1);
@@ -29,4 +29,4 @@ std::string provider_library_path(const std::string &provider_name) {
   return provider_directory() + "lib" + lower + ".so";
 }
 
-}  // namespace hostd
+}  // namespace wire
