@@ -162,8 +162,9 @@ TEST(CommandLineErrors, TooManyArguments) {
 
 TEST(CommandTable, EverySubcommandHasHelp) {
   const std::vector<std::string> expected = {
-      "enum",        "enum-names", "get",   "create",    "modify",    "delete",    "invoke",
-      "associators", "references", "query", "get-class", "local-get", "local-enum"};
+      "enum",        "enum-names",       "get",        "create",          "modify",
+      "delete",      "invoke",           "associators", "associator-names", "references",
+      "reference-names", "query",        "get-class",  "local-get",       "local-enum"};
   ASSERT_EQ(cli::all_commands().size(), expected.size());
   for (const std::string &name : expected) {
     const cli::CommandInfo *info = cli::find_command(name);
