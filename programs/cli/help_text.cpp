@@ -151,8 +151,14 @@ std::vector<CommandInfo> make_commands() {
       {"associator-names", "PATH", 1, 1,
        {"--assoc-class", "--result-class", "--role", "--result-role"},
        "the paths of the instances associated with an instance",
-       "Options as for associators. Prints one path per line. The daemon has no names\n"
-       "request: the full associators are asked for and their paths shown.\n"
+       "Options:\n"
+       "  --assoc-class CLASS   only through associations of this class\n"
+       "  --result-class CLASS  only associated instances of this class\n"
+       "  --role NAME           the role the source instance plays\n"
+       "  --result-role NAME    the role the associated instances play\n"
+       "Prints one path per line. The daemon has no names request: the full\n"
+       "associators are asked for and their paths shown, with the key properties that\n"
+       "the schema database declares for their classes.\n"
        "Example: cmpi-cli associator-names 'Demo_Chassis.Tag=\"chassis0\"'\n"},
       {"references", "PATH", 1, 1, {"--result-class", "--role"},
        "the association instances that refer to an instance",
@@ -162,8 +168,11 @@ std::vector<CommandInfo> make_commands() {
        "Example: cmpi-cli references 'Demo_Chassis.Tag=\"chassis0\"'\n"},
       {"reference-names", "PATH", 1, 1, {"--result-class", "--role"},
        "the paths of the association instances that refer to an instance",
-       "Options as for references. Prints one path per line, derived from the full\n"
-       "references as for associator-names.\n"
+       "Options:\n"
+       "  --result-class CLASS  only associations of this class\n"
+       "  --role NAME           the role the source instance plays\n"
+       "Prints one path per line, derived from the full references as for\n"
+       "associator-names.\n"
        "Example: cmpi-cli reference-names 'Demo_Chassis.Tag=\"chassis0\"'\n"},
       {"query", "[CLASS] QUERY", 1, 2, {},
        "run a query",
@@ -210,10 +219,10 @@ std::string program_help() {
       "The client of cmpi-hostd: sends one request, prints the answer.\n\nCommands:\n";
   for (const CommandInfo &info : all_commands()) {
     std::string name = info.name;
-    name.resize(13, ' ');
+    name.resize(18, ' ');
     out += "  " + name + info.summary + "\n";
   }
-  out += "  help [COMMAND]  this text, or a subcommand's\n\n";
+  out += "  help [COMMAND]    this text, or a subcommand's\n\n";
   out += kGlobalOptions;
   out += "\n";
   out += kPathSyntax;
