@@ -179,7 +179,27 @@ TEST_F(Upcalls, GetClassOfASubclassCarriesItsInheritedProperties) {
   EXPECT_EQ(a.rc, 0);
   ASSERT_NE(a.cls, nullptr);
   EXPECT_EQ(class_property_names(a.cls),
-            (std::vector<std::string>{"Id", "Kind", "Rack", "Uid"}));
+            (std::vector<std::string>{"Id", "Kind", "Health", "Roles", "Since", "Rack", "Uid"}));
+}
+
+TEST_F(Upcalls, AnInstanceMadeThroughTheBrokerStartsWithItsClassDefaults) {
+  Answer a = get_instance(socket(), build_frame(GETINST, "root", disk("d2")));
+  ASSERT_EQ(a.rc, 0);
+  ASSERT_EQ(a.instances.size(), 1u);
+  EXPECT_EQ(number_property(a.instances[0], "Health"), 5u);
+  const std::string raw = exchange_raw(socket(), build_frame(GETINST, "root", disk("d2")));
+  // Inherited from Test_Device's defaults, which the provider never sets.
+  EXPECT_NE(raw.find("\"Health\":{\"DataState\":0,\"DataType\":144,\"Value\":5}"),
+            std::string::npos) << raw;
+  EXPECT_NE(raw.find("\"Roles\":{\"DataState\":0,\"DataType\":13824,\"Value\":[\"storage\","
+                     "\"spare\"]}"),
+            std::string::npos) << raw;
+  EXPECT_NE(raw.find("\"Since\":{\"DataState\":0,\"DataType\":6144,\"Value\":"
+                     "\"20240101120000.000000+000\"}"),
+            std::string::npos) << raw;
+  // What the provider sets wins over the default.
+  EXPECT_NE(raw.find("\"Kind\":{\"DataState\":0,\"DataType\":5632,\"Value\":\"disk\"}"),
+            std::string::npos) << raw;
 }
 
 TEST_F(Upcalls, AFailingUpCallGivesTheProviderItsStatusAndMessage) {

@@ -90,18 +90,23 @@ const char kTestClasses[] =
     "('Test_RackDevice', NULL, 'root/cimv2', 1),"
     "('Test_Feed', NULL, 'root/cimv2', 0),"
     "('Test_RackPower', NULL, 'root/cimv2', 1);"
+    // Test_Device's defaults (Kind, Health, Roles, Since) start every instance the provider
+    // makes through the broker; the provider sets Kind itself.
     "INSERT INTO Tbl_ClassProperty (ClassName, PropertyName, DataType, IsKey, Position, "
-    "ReferenceClass) VALUES "
-    "('Test_Device', 'Id', 5632, 1, 1, NULL),"
-    "('Test_Device', 'Kind', 5632, 0, 2, NULL),"
-    "('Test_Disk', 'Rack', 5632, 0, 1, NULL),"
-    "('Test_Disk', 'Uid', 160, 0, 2, NULL),"
-    "('Test_Rack', 'Name', 5632, 1, 1, NULL),"
-    "('Test_RackDevice', 'Rack', 4352, 1, 1, 'Test_Rack'),"
-    "('Test_RackDevice', 'Device', 4352, 1, 2, 'Test_Device'),"
-    "('Test_Feed', 'Id', 5632, 1, 1, NULL),"
-    "('Test_RackPower', 'Rack', 4352, 1, 1, 'Test_Rack'),"
-    "('Test_RackPower', 'Feed', 4352, 1, 2, 'Test_Feed');";
+    "ReferenceClass, DefaultValue) VALUES "
+    "('Test_Device', 'Id', 5632, 1, 1, NULL, NULL),"
+    "('Test_Device', 'Kind', 5632, 0, 2, NULL, '\"device\"'),"
+    "('Test_Device', 'Health', 144, 0, 3, NULL, '5'),"
+    "('Test_Device', 'Roles', 13824, 0, 4, NULL, '[\"storage\", \"spare\"]'),"
+    "('Test_Device', 'Since', 6144, 0, 5, NULL, '\"20240101120000.000000+000\"'),"
+    "('Test_Disk', 'Rack', 5632, 0, 1, NULL, NULL),"
+    "('Test_Disk', 'Uid', 160, 0, 2, NULL, NULL),"
+    "('Test_Rack', 'Name', 5632, 1, 1, NULL, NULL),"
+    "('Test_RackDevice', 'Rack', 4352, 1, 1, 'Test_Rack', NULL),"
+    "('Test_RackDevice', 'Device', 4352, 1, 2, 'Test_Device', NULL),"
+    "('Test_Feed', 'Id', 5632, 1, 1, NULL, NULL),"
+    "('Test_RackPower', 'Rack', 4352, 1, 1, 'Test_Rack', NULL),"
+    "('Test_RackPower', 'Feed', 4352, 1, 2, 'Test_Feed', NULL);";
 
 // Sets the demo state up as its administrator would, before any daemon serves anyone: one
 // in-process call of the demo provider by this process's user (root in the suite), which

@@ -101,6 +101,10 @@ const ClassGraph &ProviderCalls::graph() {
   return graph != nullptr ? *graph : empty_graph_;
 }
 
+const std::vector<PropertyDefault> &ProviderCalls::defaults_of(const std::string &class_name) {
+  return schema_.defaults_of(schema_database_path(), class_name);
+}
+
 void ProviderCalls::log_failure(const std::string &provider, const char *function,
                                 const std::string &class_name, const CMPIStatus &st,
                                 bool upcall) const {

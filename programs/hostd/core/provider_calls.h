@@ -58,6 +58,9 @@ class ProviderCalls {
   // decide then; the provider look-up reports the unreadable database).
   const ClassGraph &graph();
 
+  // The property defaults of class_name from the schema database.
+  const std::vector<PropertyDefault> &defaults_of(const std::string &class_name);
+
   // Logs a provider's failing status (level 2): "provider <P> failed <function> of <class>
   // for <user>: <code name> (<code>): <message>", the message being "(no message)" when the
   // status has none; an up-call's line ends with " (up-call)".

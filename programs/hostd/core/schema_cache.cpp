@@ -24,6 +24,7 @@ bool SchemaCache::check_stamp(const std::string &database, std::string *why) {
   if (stat(database.c_str(), &st) != 0) {
     const int error = errno;
     entries_.clear();
+    defaults_.clear();
     graph_loaded_ = false;
     stamped_ = false;
     // The database's own reason (what SQLite says), as the uncached look-up gives it.
@@ -32,6 +33,7 @@ bool SchemaCache::check_stamp(const std::string &database, std::string *why) {
   }
   if (!same_file(st)) {
     entries_.clear();
+    defaults_.clear();
     graph_loaded_ = false;
     stamp_ = st;
     stamped_ = true;
@@ -46,6 +48,21 @@ const ClassGraph *SchemaCache::graph(const std::string &database, std::string *w
     graph_loaded_ = true;
   }
   return &graph_;
+}
+
+const std::vector<PropertyDefault> &SchemaCache::defaults_of(const std::string &database,
+                                                             const std::string &class_name) {
+  std::string why;
+  if (!check_stamp(database, &why)) {
+    static const std::vector<PropertyDefault> none;
+    return none;
+  }
+  const std::string key = lower_name(class_name);
+  auto found = defaults_.find(key);
+  if (found == defaults_.end()) {
+    found = defaults_.emplace(key, load_class_defaults(database, class_name)).first;
+  }
+  return found->second;
 }
 
 SchemaCache::Lookup SchemaCache::provider_of(const std::string &database,

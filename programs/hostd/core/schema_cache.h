@@ -14,6 +14,7 @@
 #include <map>
 #include <string>
 
+#include "class_defaults.h"
 #include "class_graph.h"
 
 namespace hostd {
@@ -33,6 +34,10 @@ class SchemaCache {
   // The class hierarchy of the database; NULL with *why when the database cannot be read.
   const ClassGraph *graph(const std::string &database, std::string *why);
 
+  // The property defaults of class_name (empty when none or unreadable).
+  const std::vector<PropertyDefault> &defaults_of(const std::string &database,
+                                                  const std::string &class_name);
+
   std::size_t size() const { return entries_.size(); }
 
  private:
@@ -47,6 +52,7 @@ class SchemaCache {
 
   std::map<std::string, Entry> entries_;
   ClassGraph graph_;
+  std::map<std::string, std::vector<PropertyDefault>> defaults_;  // by lower-case class name
   bool graph_loaded_ = false;
   bool stamped_ = false;
   struct stat stamp_ = {};

@@ -250,6 +250,10 @@ CMPIStatus mb_deliver_indication(const CMPIBroker *mb, const CMPIContext *, cons
                                       "this host delivers no indications");
 }
 
+CMPIInstance *enc_new_instance(const CMPIBroker *mb, const CMPIObjectPath *op, CMPIStatus *rc) {
+  return UpcallBroker::of(mb)->new_instance(op, rc);
+}
+
 CMPIBoolean enc_class_path_is_a(const CMPIBroker *mb, const CMPIObjectPath *op, const char *type,
                                 CMPIStatus *rc) {
   return UpcallBroker::of(mb)->is_a(op, type, rc) ? 1 : 0;
@@ -278,6 +282,7 @@ UpcallBroker::UpcallBroker() {
   library_factories_ = library->eft;
   factories_ = *library->eft;
   factories_.classPathIsA = enc_class_path_is_a;
+  factories_.newInstance = enc_new_instance;
   broker_.hdl = this;
   broker_.bft = &calls_table_;
   broker_.eft = &factories_;
@@ -314,6 +319,15 @@ bool UpcallBroker::is_a(const CMPIObjectPath *op, const char *type, CMPIStatus *
   const std::string class_name = text_of(op->ft->getClassName(op, nullptr));
   if (rc != nullptr) *rc = {CMPI_RC_OK, nullptr};
   return calls_->graph().is_a(class_name, type);
+}
+
+CMPIInstance *UpcallBroker::new_instance(const CMPIObjectPath *op, CMPIStatus *rc) {
+  CMPIInstance *inst = library_factories_->newInstance(&broker_, op, rc);
+  if (inst == nullptr || calls_ == nullptr || op == nullptr) return inst;
+  const std::string class_name = text_of(op->ft->getClassName(op, nullptr));
+  const std::vector<PropertyDefault> &defaults = calls_->defaults_of(class_name);
+  if (!defaults.empty()) apply_defaults(inst, defaults);
+  return inst;
 }
 
 CMPIStatus UpcallBroker::run(const CMPIContext *ctx, const CMPIObjectPath *op,

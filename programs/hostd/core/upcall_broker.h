@@ -14,7 +14,8 @@
 // with " (up-call)". setProperty, deliverIndication, an up-call outside a request and up-calls
 // nested deeper than kMaxDepth answer an error status whose message says why: every status the
 // broker returns for what it does not do carries a message. classPathIsA walks the class
-// hierarchy of the schema database.
+// hierarchy of the schema database. An instance a provider makes (newInstance) starts with
+// the default values the schema database holds for its class (class_defaults.h).
 #ifndef CMPI_HOSTD_UPCALL_BROKER_H
 #define CMPI_HOSTD_UPCALL_BROKER_H
 
@@ -55,6 +56,7 @@ class UpcallBroker {
   CMPIStatus refuse(CMPIrc rc, const std::string &message);
   BrokerOwned &owned() { return owned_ != nullptr ? *owned_ : spare_; }
   bool is_a(const CMPIObjectPath *op, const char *type, CMPIStatus *rc);
+  CMPIInstance *new_instance(const CMPIObjectPath *op, CMPIStatus *rc);
 
  private:
   CMPIBroker broker_;

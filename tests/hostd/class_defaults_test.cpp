@@ -1,0 +1,123 @@
+// Tests of the MOF default values a worker puts into the instances providers make.
+#include "class_defaults.h"
+
+#include <cmpiinterface.h>
+#include <cmpimacs.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "temp_dir.h"
+
+namespace hostd {
+namespace {
+
+std::string database(const hostdtest::TempDir &dir, const char *rows) {
+  const std::string path = dir.path() + "/schema.db";
+  sqlite3 *db = nullptr;
+  EXPECT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
+  std::string sql =
+      "CREATE TABLE Tbl_Class (ClassName TEXT, SuperClass TEXT, NameSpace TEXT, "
+      "IsAssociation INTEGER, IsAbstract INTEGER);"
+      "CREATE TABLE Tbl_ClassProperty (ClassName TEXT, PropertyName TEXT, DataType INTEGER, "
+      "IsKey INTEGER, Position INTEGER, ReferenceClass TEXT, DefaultValue TEXT);";
+  sql += rows;
+  char *error = nullptr;
+  EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK)
+      << (error ? error : "");
+  sqlite3_free(error);
+  sqlite3_close(db);
+  return path;
+}
+
+// "Name=value" of each default, the value as compact JSON.
+std::vector<std::string> names(const std::vector<PropertyDefault> &defaults) {
+  Json::StreamWriterBuilder writer;
+  writer["indentation"] = "";
+  std::vector<std::string> out;
+  for (const PropertyDefault &d : defaults) {
+    out.push_back(d.property + "=" + Json::writeString(writer, d.value));
+  }
+  return out;
+}
+
+TEST(ClassDefaults, InheritedDefaultsAreReplacedByRedeclaredProperties) {
+  hostdtest::TempDir dir;
+  const std::string db = database(
+      dir,
+      "INSERT INTO Tbl_Class VALUES ('Base', NULL, 'root/cimv2', 0, 1),"
+      "('Mid', 'Base', 'root/cimv2', 0, 0), ('Leaf', 'mid', 'root/cimv2', 0, 0);"
+      "INSERT INTO Tbl_ClassProperty VALUES "
+      "('Base', 'State', 144, 0, 1, NULL, '2'), ('Base', 'Mode', 144, 0, 2, NULL, '12'),"
+      "('Base', 'Name', 5632, 0, 3, NULL, NULL), ('Base', 'Broken', 144, 0, 4, NULL, '{oops'),"
+      "('Mid', 'Mode', 144, 0, 1, NULL, NULL), ('Leaf', 'State', 144, 0, 1, NULL, '5');");
+  EXPECT_EQ(names(load_class_defaults(db, "Base")),
+            (std::vector<std::string>{"State=2", "Mode=12"}))
+      << "no default and a default that is not JSON give nothing";
+  EXPECT_EQ(names(load_class_defaults(db, "Mid")), (std::vector<std::string>{"State=2"}))
+      << "a redeclared property without a default has none";
+  EXPECT_EQ(names(load_class_defaults(db, "LEAF")), (std::vector<std::string>{"State=5"}));
+  EXPECT_TRUE(load_class_defaults(db, "Unknown").empty());
+  EXPECT_TRUE(load_class_defaults(dir.path() + "/missing.db", "Base").empty());
+}
+
+PropertyDefault def(const char *name, CMPIType type, const char *json) {
+  PropertyDefault d;
+  d.property = name;
+  d.type = type;
+  Json::CharReaderBuilder builder;
+  std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  std::string errors;
+  const std::string text = json;
+  EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &d.value, &errors)) << json;
+  return d;
+}
+
+TEST(ClassDefaults, EveryTypeIsSetAndWhatDoesNotFitIsSkipped) {
+  CMPIObjectPath *path = makeNewObjectPath("root/cimv2", "Leaf", nullptr);
+  CMPIInstance *inst = makeNewCMPIInstance(path, nullptr);
+  CMRelease(path);
+  const std::vector<PropertyDefault> defaults = {
+      def("B", CMPI_boolean, "true"),         def("C", CMPI_char16, "\"x\""),
+      def("R32", CMPI_real32, "1.5"),         def("R64", CMPI_real64, "-2.25"),
+      def("U8", CMPI_uint8, "255"),           def("U16", CMPI_uint16, "65535"),
+      def("U32", CMPI_uint32, "4000000000"),  def("U64", CMPI_uint64, "18446744073709551615"),
+      def("S8", CMPI_sint8, "-128"),          def("S16", CMPI_sint16, "-32768"),
+      def("S32", CMPI_sint32, "-5"),          def("S64", CMPI_sint64, "-9223372036854775808"),
+      def("S", CMPI_string, "\"text\""),      def("D", CMPI_dateTime, "\"20240101120000.000000+000\""),
+      def("A", CMPI_uint16A, "[1, 2, 3]"),    def("SA", CMPI_stringA, "[\"a\", \"b\"]"),
+      def("TooBig", CMPI_uint8, "256"),       def("Negative", CMPI_uint32, "-1"),
+      def("Wrong", CMPI_string, "5"),         def("BadDate", CMPI_dateTime, "\"soon\""),
+      def("BadArray", CMPI_uint8A, "[1, 300]"), def("NotArray", CMPI_uint8A, "7"),
+  };
+  EXPECT_EQ(apply_defaults(inst, defaults), 16);
+  EXPECT_EQ(CMGetPropertyCount(inst, nullptr), 16u);
+  CMPIData u64 = CMGetProperty(inst, "U64", nullptr);
+  EXPECT_EQ(u64.type, CMPI_uint64);
+  EXPECT_EQ(u64.value.uint64, 18446744073709551615ull);
+  CMPIData s64 = CMGetProperty(inst, "S64", nullptr);
+  EXPECT_EQ(s64.value.sint64, INT64_MIN);
+  CMPIData c = CMGetProperty(inst, "C", nullptr);
+  EXPECT_EQ(c.value.char16, 'x');
+  CMPIData s = CMGetProperty(inst, "S", nullptr);
+  EXPECT_STREQ(CMGetCharPtr(s.value.string), "text");
+  CMRelease(s.value.string);
+  CMPIData a = CMGetProperty(inst, "A", nullptr);
+  ASSERT_EQ(a.type, CMPI_uint16A);
+  EXPECT_EQ(CMGetArrayCount(a.value.array, nullptr), 3u);
+  EXPECT_EQ(CMGetArrayElementAt(a.value.array, 2, nullptr).value.uint16, 3u);
+  CMRelease(a.value.array);
+  CMPIData d = CMGetProperty(inst, "D", nullptr);
+  ASSERT_EQ(d.type, CMPI_dateTime);
+  CMRelease(d.value.dateTime);
+  CMPIStatus st = {CMPI_RC_OK, nullptr};
+  CMGetProperty(inst, "TooBig", &st);
+  EXPECT_EQ(st.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  CMRelease(inst);
+}
+
+}  // namespace
+}  // namespace hostd
