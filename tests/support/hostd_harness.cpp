@@ -75,7 +75,8 @@ const char kTestClasses[] =
     "('Test_Hog', 'TestHog', 'root/cimv2', '0'),"
     "('Test_Spin', 'TestSpin', 'root/cimv2', '0'),"
     "('Test_Fork', 'TestFork', 'root/cimv2', '0'),"
-    "('Test_Slow', 'TestSlow', 'root/cimv2', '0');";
+    "('Test_Slow', 'TestSlow', 'root/cimv2', '0'),"
+    "('Test_Fit', 'TestFit', 'root/cimv2', '0');";
 
 // Sets the demo state up as its administrator would, before any daemon serves anyone: one
 // in-process call of the demo provider by this process's user (root in the suite), which
@@ -135,7 +136,7 @@ Workspace::Workspace() {
   for (const char *lib :
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
-        "libtestslow.so"}) {
+        "libtestslow.so", "libtestfit.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
   set_up_demo_state(*this);
