@@ -30,13 +30,17 @@
 //   "<Operation>: property P of C is left out: <why>, which the wire cannot carry"
 //   "<Operation>: property P of C (embedded in D.Q) is left out: ..."
 //   "<Operation>: output argument A is left out: ..."
+//   "<Operation>: key K of the path of C is left out: its <type> value has no text form, ..."
 // where <why> is one of "it is a null reference", "it is a null embedded instance", "its
 // reference has no namespace", "its reference has no class name", "its <type> array holds a
-// null element", "it is a null <type> argument". Class and property names are passed through
-// log_text.
+// null element", "it is a null <type> argument", "it is a null <type> array argument". Class,
+// property and argument names are passed through log_text.
 //
 // Cost: data that needs nothing is only read (each value once, through the getters) and the
 // functions return nullptr; nothing is copied or allocated besides what the getters hand out.
+// Measured: about 4 us for an instance like the demo fan (16 properties, two arrays, a
+// reference), a few per cent of encoding its frame; an enumeration of 10,000 demo fans through
+// cmpi-hostd ran at the rate it had before (bench/compare_hostd.sh, EnumerateDaemonOnly/10000).
 #ifndef CMPI_HOSTD_WIRE_FIT_H
 #define CMPI_HOSTD_WIRE_FIT_H
 
