@@ -80,7 +80,8 @@ const char kTestClasses[] =
     "('Test_Disk', 'TestEnds', 'root/cimv2', '0'),"
     "('Test_RackDevice', 'TestLinks', 'root/cimv2', '0'),"
     "('Test_Linger', 'TestLinger', 'root/cimv2', '0'),"
-    "('Test_RackPower', 'TestPower', 'root/cimv2', '0');"
+    "('Test_RackPower', 'TestPower', 'root/cimv2', '0'),"
+    "('Test_Fit', 'TestFit', 'root/cimv2', '0');"
     // The hierarchy of the association test classes: Test_Device (no provider) above
     // Test_Disk; Test_RackDevice links a Test_Rack and a Test_Device.
     "INSERT INTO Tbl_Class (ClassName, SuperClass, NameSpace, IsAssociation) VALUES "
@@ -167,7 +168,7 @@ Workspace::Workspace() {
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
         "libtestslow.so", "libtestends.so", "libtestlinks.so",
-        "libtestlinger.so", "libtestpower.so"}) {
+        "libtestlinger.so", "libtestpower.so", "libtestfit.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
   set_up_demo_state(*this);

@@ -36,22 +36,60 @@
 #define CMPIVersion100 100
 #define CMPIVersion200 200
 
+/* The level a provider is built for. A provider written for an older level defines CMPI_VERSION
+ * (for example 90 or 86) before it includes these headers; nothing set means 200. */
 #ifndef CMPI_VERSION
 #define CMPI_VERSION 200
 #endif
 
-/* The level symbols are cumulative. The old ones stay defined whatever level is asked for, so
- * that every macro guarded by them in older provider code is always there. */
+/* The level symbols are cumulative: CMPI_VER_<n> is defined when CMPI_VERSION is n or above, so
+ * the default level (200) defines every one of them and older provider code that tests them
+ * finds its macros. A provider built for an older level does not get the newer symbols: that
+ * is how it asks for the older forms (the instance MI stub of a level below 100 names its
+ * modify entry SetInstance, see cmpimacs.h). Only the stub macros and these symbols depend on
+ * the level; every structure and function table keeps one layout at every level. */
+#if CMPI_VERSION >= 85
 #define CMPI_VER_85 1
+#endif
+#if CMPI_VERSION >= 86
 #define CMPI_VER_86 1
+#endif
+#if CMPI_VERSION >= 87
 #define CMPI_VER_87 1
+#endif
+#if CMPI_VERSION >= 90
 #define CMPI_VER_90 1
+#endif
+#if CMPI_VERSION >= 100
 #define CMPI_VER_100 1
+#endif
 #if CMPI_VERSION >= 200
 #define CMPI_VER_200 1
 #endif
 
+/* The version an MI built with these headers reports in its tables (ftVersion, miVersion): the
+ * highest known level that is not above CMPI_VERSION. */
+#if CMPI_VERSION >= 200
 #define CMPICurrentVersion CMPIVersion200
+#elif CMPI_VERSION >= 100
+#define CMPICurrentVersion CMPIVersion100
+#elif CMPI_VERSION >= 90
+#define CMPICurrentVersion CMPIVersion090
+#elif CMPI_VERSION >= 87
+#define CMPICurrentVersion CMPIVersion087
+#elif CMPI_VERSION >= 86
+#define CMPICurrentVersion CMPIVersion086
+#elif CMPI_VERSION >= 85
+#define CMPICurrentVersion CMPIVersion085
+#elif CMPI_VERSION >= 80
+#define CMPICurrentVersion CMPIVersion080
+#elif CMPI_VERSION >= 70
+#define CMPICurrentVersion CMPIVersion070
+#elif CMPI_VERSION >= 60
+#define CMPICurrentVersion CMPIVersion060
+#else
+#define CMPICurrentVersion CMPIVersion051
+#endif
 
 #ifdef __cplusplus
 extern "C" {

@@ -7,11 +7,13 @@
  * argument cast it to a CMPIValue pointer, so the address of a plain variable of the matching C
  * type may be passed (and, for CMPI_chars, the char pointer itself).
  *
- * All macros are always defined, whatever CMPI_VERSION asks for: older provider code that tests
- * the historic level symbols finds them (cmpidt.h keeps those symbols defined as well).
+ * All object macros are always defined, whatever CMPI_VERSION asks for. The level changes only
+ * the stub macros at the end: below 100 the instance MI stub names its modify entry
+ * pfxSetInstance, below 86 the indication MI stub has no enable and disable entries.
  *
- * Statement macros (CMReturn*, CMSetStatus*) are single statements wrapped in do { } while (0),
- * so they are safe after an unbraced if. The CMSetStatus family does nothing when the status
+ * Statement macros (CMReturn*, CMSetStatus*) are brace blocks { ... }, so they compile with and
+ * without a trailing ';'. The price: between an unbraced if and its else they must be written
+ * without the ';' (or the if given braces). The CMSetStatus family does nothing when the status
  * pointer is NULL, which every rc parameter of this interface may be.
  */
 #ifndef CMPIMACS_H
@@ -23,62 +25,64 @@
 
 /* ---- status and return --------------------------------------------------------------------- */
 
+/* Brace blocks, not do { } while (0): provider code calls these without a trailing ';'. */
+
 /* Returns a status with code rcp and no message from the enclosing function. */
 #define CMReturn(rcp)                                                                            \
-  do {                                                                                            \
+  {                                                                                               \
     CMPIStatus cmpi_ret_status_ = {(CMPIrc)(rcp), NULL};                                          \
     return cmpi_ret_status_;                                                                      \
-  } while (0)
+  }
 
 /* Returns a status with code rcp and message str (a CMPIString pointer). */
 #define CMReturnWithString(rcp, str)                                                             \
-  do {                                                                                            \
+  {                                                                                               \
     CMPIStatus cmpi_ret_status_ = {(CMPIrc)(rcp), (str)};                                         \
     return cmpi_ret_status_;                                                                      \
-  } while (0)
+  }
 
 /* Returns a status with code rcp and a message string made from chars by broker b. Without a
  * broker the status carries no message. */
 #define CMReturnWithChars(b, rcp, chars)                                                         \
-  do {                                                                                            \
+  {                                                                                               \
     const CMPIBroker *cmpi_ret_broker_ = (b);                                                     \
     CMPIStatus cmpi_ret_status_ = {(CMPIrc)(rcp), NULL};                                          \
     if (cmpi_ret_broker_ != NULL)                                                                 \
       cmpi_ret_status_.msg = cmpi_ret_broker_->eft->newString(cmpi_ret_broker_, (chars), NULL);   \
     return cmpi_ret_status_;                                                                      \
-  } while (0)
+  }
 
 /* Sets *st to code rcp with no message; nothing when st is NULL. */
 #define CMSetStatus(st, rcp)                                                                     \
-  do {                                                                                            \
+  {                                                                                               \
     CMPIStatus *cmpi_set_status_ = (st);                                                          \
     if (cmpi_set_status_ != NULL) {                                                               \
       cmpi_set_status_->rc = (CMPIrc)(rcp);                                                       \
       cmpi_set_status_->msg = NULL;                                                               \
     }                                                                                             \
-  } while (0)
+  }
 
 /* Sets *st to code rcp with message str (a CMPIString pointer); nothing when st is NULL. */
 #define CMSetStatusWithString(st, rcp, str)                                                      \
-  do {                                                                                            \
+  {                                                                                               \
     CMPIStatus *cmpi_set_status_ = (st);                                                          \
     if (cmpi_set_status_ != NULL) {                                                               \
       cmpi_set_status_->rc = (CMPIrc)(rcp);                                                       \
       cmpi_set_status_->msg = (str);                                                              \
     }                                                                                             \
-  } while (0)
+  }
 
 /* Sets *st to code rcp with a message string made from chars by broker mb; nothing when st or
  * mb is NULL. */
 #define CMSetStatusWithChars(mb, st, rcp, chars)                                                 \
-  do {                                                                                            \
+  {                                                                                               \
     const CMPIBroker *cmpi_set_broker_ = (mb);                                                    \
     CMPIStatus *cmpi_set_status_ = (st);                                                          \
     if (cmpi_set_status_ != NULL && cmpi_set_broker_ != NULL) {                                   \
       cmpi_set_status_->rc = (CMPIrc)(rcp);                                                       \
       cmpi_set_status_->msg = cmpi_set_broker_->eft->newString(cmpi_set_broker_, (chars), NULL);  \
     }                                                                                             \
-  } while (0)
+  }
 
 /* ---- any object, strings and data ---------------------------------------------------------- */
 
@@ -346,8 +350,24 @@
  * is NULL.
  */
 
+/* The entries that depend on the level the provider is built for (cmpidt.h): below 100 the
+ * modify entry of an instance MI is named pfxSetInstance (older providers define that name);
+ * below 86 an indication MI stub has no enable and disable entries, so those slots stay NULL.
+ * The tables keep their size and order either way. */
+#ifdef CMPI_VER_100
+#define CMPI_STUB_MODIFY_ENTRY_(pfx) pfx##ModifyInstance
+#else
+#define CMPI_STUB_MODIFY_ENTRY_(pfx) pfx##SetInstance
+#endif
+#ifdef CMPI_VER_86
+#define CMPI_STUB_INDICATION_SWITCHES_(pfx) , pfx##EnableIndications, pfx##DisableIndications
+#else
+#define CMPI_STUB_INDICATION_SWITCHES_(pfx) , NULL, NULL
+#endif
+
 /* Instance MI: pfxCleanup, pfxEnumInstanceNames, pfxEnumInstances, pfxGetInstance,
- * pfxCreateInstance, pfxModifyInstance, pfxDeleteInstance, pfxExecQuery. */
+ * pfxCreateInstance, pfxModifyInstance (pfxSetInstance below level 100), pfxDeleteInstance,
+ * pfxExecQuery. */
 #define CMInstanceMIStub(pfx, pn, broker, hook)                                                  \
   CMPI_EXTERN_C CMPIInstanceMI *pn##_Create_InstanceMI(const CMPIBroker *brkr,                    \
                                                        const CMPIContext *ctx, CMPIStatus *rc)    \
@@ -355,7 +375,7 @@
     static CMPIInstanceMIFT cmpi_stub_ft_ = {                                                     \
         CMPICurrentVersion,   CMPICurrentVersion,    "instance" #pn,        pfx##Cleanup,         \
         pfx##EnumInstanceNames, pfx##EnumInstances,  pfx##GetInstance,      pfx##CreateInstance,  \
-        pfx##ModifyInstance,  pfx##DeleteInstance,   pfx##ExecQuery};                             \
+        CMPI_STUB_MODIFY_ENTRY_(pfx), pfx##DeleteInstance, pfx##ExecQuery};                       \
     static CMPIInstanceMI cmpi_stub_mi_ = {NULL, &cmpi_stub_ft_};                                 \
     (void)ctx;                                                                                    \
     broker = brkr;                                                                                \
@@ -428,7 +448,8 @@
   }
 
 /* Indication MI: pfxIndicationCleanup, pfxAuthorizeFilter, pfxMustPoll, pfxActivateFilter,
- * pfxDeActivateFilter, pfxEnableIndications, pfxDisableIndications. */
+ * pfxDeActivateFilter, pfxEnableIndications, pfxDisableIndications (the last two from level 86
+ * on). */
 #define CMIndicationMIStub(pfx, pn, broker, hook)                                                \
   CMPI_EXTERN_C CMPIIndicationMI *pn##_Create_IndicationMI(const CMPIBroker *brkr,                \
                                                            const CMPIContext *ctx,                \
@@ -437,8 +458,8 @@
     static CMPIIndicationMIFT cmpi_stub_ft_ = {                                                   \
         CMPICurrentVersion,      CMPICurrentVersion,   "Indication" #pn,                          \
         pfx##IndicationCleanup,  pfx##AuthorizeFilter, pfx##MustPoll,                             \
-        pfx##ActivateFilter,     pfx##DeActivateFilter, pfx##EnableIndications,                   \
-        pfx##DisableIndications};                                                                 \
+        pfx##ActivateFilter,     pfx##DeActivateFilter                                            \
+        CMPI_STUB_INDICATION_SWITCHES_(pfx)};                                                     \
     static CMPIIndicationMI cmpi_stub_mi_ = {NULL, &cmpi_stub_ft_};                               \
     (void)ctx;                                                                                    \
     broker = brkr;                                                                                \

@@ -16,6 +16,8 @@
 
 namespace hostd {
 
+class WireFit;
+
 // What goes into one response record; pointers are borrowed for the call.
 struct ResponseParts {
   CMPIInstance *instance = nullptr;
@@ -24,6 +26,9 @@ struct ResponseParts {
   CMPIType value_type = 0;   // INVOKEMETHOD: the type code of the return value
   CMPIStatus *status = nullptr;
   CMPIConstClass *cls = nullptr;
+  // The request's fitting (wire_fit.h), so that a streamed answer logs each left-out property
+  // once; nullptr: a fitting of this one frame.
+  WireFit *fit = nullptr;
 };
 
 // The longest document that fits the fixed frame buffer of ModifyInstance, DeleteInstance and
@@ -32,6 +37,9 @@ inline constexpr std::size_t kFixedFrameDocument = 8181;
 
 // Appends the frame (document and terminator) for a response of this type to *out. false when
 // the library could not build or encode the record (it logged why; *out is unchanged).
+// The instance, the path and (InvokeMethod) the output arguments are first fitted to what the
+// wire can carry (WireFit): keys of other types become string keys, what cannot be carried is
+// left out and logged; when nothing needs fitting they are encoded as they are, uncopied.
 // For the three fixed-buffer types a status message that would push the frame past its buffer
 // is shortened (cut on a character boundary, marked with "...") so that the frame stays valid
 // JSON and the code arrives; the message is logged at level 3 (escaped, and cut after

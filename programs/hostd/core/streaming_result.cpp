@@ -34,7 +34,7 @@ CMPIResultFT StreamingResult::table_ = {
 };
 
 StreamingResult::StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out)
-    : type_(type), sink_(sink), method_out_(method_out) {
+    : type_(type), sink_(sink), fit_(type), method_out_(method_out) {
   result_.hdl = this;
   result_.ft = &table_;
 }
@@ -155,6 +155,7 @@ CMPIStatus StreamingResult::stream(CMPIInstance *inst, CMPIObjectPath *path) {
   ResponseParts parts;
   parts.instance = inst;
   parts.path = path;
+  parts.fit = &fit_;
   frame_.clear();
   if (!append_response_frame(type_, parts, &frame_)) {
     HOSTD_ERROR("result %lu of request type %d cannot be encoded; the answer ends with an error",

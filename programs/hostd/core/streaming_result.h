@@ -13,6 +13,8 @@
 //   INVOKEMETHOD                      returnData/returnInstance/returnObjectPath add the method's
 //                                     return value to the output arguments as "__ReturnValue"
 //                                     and remember its type code
+// Every streamed frame goes through the request's one WireFit, so a property that the wire
+// cannot carry is left out of each result and logged once for the whole answer.
 // returnData with a CMPI_instance or CMPI_ref value counts as returnInstance or
 // returnObjectPath. Anything else is refused with CMPI_RC_ERR_NOT_SUPPORTED. returnDone and
 // returnError are accepted and change nothing.
@@ -25,6 +27,7 @@
 #include <string>
 
 #include "frame_sink.h"
+#include "wire_fit.h"
 
 namespace hostd {
 
@@ -65,6 +68,7 @@ class StreamingResult {
   int type_;
   FrameSink *sink_;
   std::string frame_;
+  WireFit fit_;
   CMPIArgs *method_out_;
   CMPIInstance *held_instance_ = nullptr;
   CMPIObjectPath *held_path_ = nullptr;

@@ -1176,27 +1176,37 @@ TEST_F(CmpiMacros, SetStatusWithCharsMakesTheMessageThroughTheBroker) {
   EXPECT_EQ(g_calls, 0);
 }
 
-TEST_F(CmpiMacros, StatementMacrosAreSingleStatements) {
-  // An unbraced if/else around each statement macro compiles and picks the right branch.
+TEST_F(CmpiMacros, StatementMacrosAreBraceBlocks) {
+  // Braced if/else around each statement macro, with and without the ';' (provider code writes
+  // both), picks the right branch.
   bool taken = false;
-  if (taken)
+  if (taken) {
     CMSetStatus(&st, CMPI_RC_ERR_FAILED);
-  else
-    CMSetStatus(&st, CMPI_RC_ERR_ACCESS_DENIED);
+  } else {
+    CMSetStatus(&st, CMPI_RC_ERR_ACCESS_DENIED)
+  }
   EXPECT_EQ(Val(st.rc), CMPI_RC_ERR_ACCESS_DENIED);
-  if (!taken)
-    CMSetStatusWithString(&st, CMPI_RC_ERR_NOT_FOUND, nullptr);
-  else
+  if (!taken) {
+    CMSetStatusWithString(&st, CMPI_RC_ERR_NOT_FOUND, nullptr)
+  } else {
     CMSetStatusWithChars(mb, &st, CMPI_RC_ERR_FAILED, "x");
+  }
   EXPECT_EQ(Val(st.rc), CMPI_RC_ERR_NOT_FOUND);
+  // Between an unbraced if and its else the macro stands without its ';'.
+  if (taken)
+    CMSetStatus(&st, CMPI_RC_ERR_FAILED)
+  else
+    CMSetStatus(&st, CMPI_RC_ERR_TYPE_MISMATCH);
+  EXPECT_EQ(Val(st.rc), CMPI_RC_ERR_TYPE_MISMATCH);
   EXPECT_EQ(g_calls, 0);
 }
 
 CMPIStatus ReturnPlain(bool fail) {
-  if (fail)
-    CMReturn(CMPI_RC_ERR_FAILED);
-  else
+  if (fail) {
+    CMReturn(CMPI_RC_ERR_FAILED)
+  } else {
     CMReturn(CMPI_RC_OK);
+  }
 }
 
 CMPIStatus ReturnWithString(CMPIString *msg) { CMReturnWithString(CMPI_RC_ERR_NOT_FOUND, msg); }
