@@ -101,6 +101,41 @@ TEST_F(WireFitEndToEnd, EnumerationDeliversEveryInstanceWithoutTheArraysAndLogsO
   EXPECT_EQ(count_of(codes), 2);
 }
 
+// Values the wire carries but changes: the text "NULL" and a uint64 above the largest sint64.
+// They are sent as they are and warned about once per provider and property, however many
+// instances and requests carry them.
+TEST_F(WireFitEndToEnd, ValuesTheWireChangesAreWarnedAboutOncePerProviderAndProperty) {
+  const cmpitest::LogLine note = Hostd(
+      "EnumerateInstances: property Note of Test_Lossy from provider TestFit: its text \"NULL\" "
+      "arrives as null (the wire cannot carry it); logged once per provider and property",
+      2);
+  const cmpitest::LogLine serial = Hostd(
+      "EnumerateInstances: property Serial of Test_Lossy from provider TestFit: its uint64 "
+      "value above 9223372036854775807 arrives as 9223372036854775807 (the wire cannot carry "
+      "it); logged once per provider and property",
+      2);
+  for (int round = 0; round < 2; ++round) {
+    Answer a = enumerate(socket(), build_frame(ENUMINST, "root", make_path("Test_Lossy")),
+                         ENUMINST);
+    EXPECT_EQ(a.rc, 0);
+    ASSERT_EQ(a.instances.size(), static_cast<std::size_t>(kInstances));
+    EXPECT_EQ(number_property(a.instances[3], "Serial"), 9223372036854775807ull);
+    EXPECT_FALSE(has_property(a.instances[3], "Note") &&
+                 text_property(a.instances[3], "Note") == "NULL")
+        << "the client reads the text NULL as null";
+  }
+  ASSERT_TRUE(daemon_.wait_for(note));
+  ASSERT_TRUE(daemon_.wait_for(serial));
+  EXPECT_EQ(count_of(note), 1);
+  EXPECT_EQ(count_of(serial), 1);
+  // Test_Fit has neither: nothing is warned about for it.
+  Answer plain = enumerate(socket(), build_frame(ENUMINST, "root", fit_class()), ENUMINST);
+  EXPECT_EQ(plain.rc, 0);
+  for (const cmpitest::LogLine &line : daemon_.lines()) {
+    EXPECT_EQ(line.text.find("of Test_Fit from provider"), std::string::npos) << line.text;
+  }
+}
+
 TEST_F(WireFitEndToEnd, GetInstanceDeliversTheInstanceWithoutTheArrays) {
   CMPIObjectPath *path = make_path(
       "Test_Fit", {{"When", when_text(7)}, {"Id", "7"}, {"Active", "true"}});

@@ -81,7 +81,8 @@ const char kTestClasses[] =
     "('Test_RackDevice', 'TestLinks', 'root/cimv2', '0'),"
     "('Test_Linger', 'TestLinger', 'root/cimv2', '0'),"
     "('Test_RackPower', 'TestPower', 'root/cimv2', '0'),"
-    "('Test_Fit', 'TestFit', 'root/cimv2', '0');"
+    "('Test_Fit', 'TestFit', 'root/cimv2', '0'),"
+    "('Test_Lossy', 'TestFit', 'root/cimv2', '0');"
     // The hierarchy of the association test classes: Test_Device (no provider) above
     // Test_Disk; Test_RackDevice links a Test_Rack and a Test_Device.
     "INSERT INTO Tbl_Class (ClassName, SuperClass, NameSpace, IsAssociation) VALUES "

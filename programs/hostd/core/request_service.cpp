@@ -81,15 +81,16 @@ class StatusHolder {
 class Serving {
  public:
   Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers,
-          SchemaCache &schema, UpcallBroker &upcalls, long long provider_idle_ms)
+          SchemaCache &schema, UpcallBroker &upcalls, long long provider_idle_ms,
+          std::unordered_set<std::string> &warned)
       : principal_(principal), sink_(sink), providers_(providers), schema_(schema),
-        upcalls_(upcalls), provider_idle_ms_(provider_idle_ms) {}
+        upcalls_(upcalls), provider_idle_ms_(provider_idle_ms), warned_(warned) {}
   std::string run(const std::string &document);
 
  private:
   bool parse(const std::string &document, std::string *failure);
   std::string with_provider();
-  std::string last_frames(const CMPIStatus &st, const StreamingResult &result,
+  std::string last_frames(const CMPIStatus &st, StreamingResult *result,
                           std::string *data_frame);
   std::string fail(int rc) { return wire::error_frame(rc); }
 
@@ -99,6 +100,7 @@ class Serving {
   SchemaCache &schema_;
   UpcallBroker &upcalls_;
   long long provider_idle_ms_;
+  std::unordered_set<std::string> &warned_;
   RequestPtr request_;
   const wire::Operation *op_ = nullptr;
   std::string class_name_;
@@ -221,6 +223,7 @@ std::string Serving::with_provider() {
       if (own_path == nullptr) return fail(CMPI_RC_ERR_FAILED);
       asked.path = own_path.get();
     }
+    result.set_source(provider, &warned_);
     called.reset(call_mi(mi, asked, ctx_.get(), result.result()));
     HOSTD_TRACE("worker for %s: %s MI returned %d after %lu streamed results",
                 log_text(target.class_name).c_str(), wire::mi_kind_name(op_->mi),
@@ -232,19 +235,21 @@ std::string Serving::with_provider() {
     }
   }
   std::string data_frame;
-  std::string final_frames = last_frames(called.st, result, &data_frame);
+  std::string final_frames = last_frames(called.st, &result, &data_frame);
   if (!data_frame.empty()) sink_->send(data_frame);
   return final_frames;
 }
 
 // The frames that follow the MI call: *data_frame goes out before the provider is released
 // (GetInstance, InvokeMethod), the returned final frames after it.
-std::string Serving::last_frames(const CMPIStatus &st_in, const StreamingResult &result,
+std::string Serving::last_frames(const CMPIStatus &st_in, StreamingResult *streamed,
                                  std::string *data_frame) {
+  const StreamingResult &result = *streamed;
   CMPIStatus st = st_in;
   const int rc = static_cast<int>(st.rc);
   const int type = op_->type;
   ResponseParts parts;
+  parts.fit = streamed->fit();
   switch (op_->results) {
     case wire::Results::kInstances:
     case wire::Results::kPaths:
@@ -303,7 +308,7 @@ std::string Serving::last_frames(const CMPIStatus &st_in, const StreamingResult 
 RequestService::~RequestService() { retire(); }
 
 std::string RequestService::serve(const std::string &document) {
-  Serving serving(principal_, sink_, providers_, schema_, upcalls_, provider_idle_ms_);
+  Serving serving(principal_, sink_, providers_, schema_, upcalls_, provider_idle_ms_, warned_);
   return serving.run(document);
 }
 

@@ -21,6 +21,7 @@
 #define CMPI_HOSTD_REQUEST_SERVICE_H
 
 #include <string>
+#include <unordered_set>
 
 #include "admission.h"
 #include "frame_sink.h"
@@ -52,6 +53,7 @@ class RequestService {
   const Principal &principal_;
   FrameSink *sink_;
   long long provider_idle_ms_;
+  std::unordered_set<std::string> warned_;  // lossy values warned about (WireFit)
   UpcallBroker upcalls_;  // before providers_: MIs keep its broker until they are cleaned up
   ProviderCache providers_;
   SchemaCache schema_;

@@ -25,6 +25,7 @@
 #include <cmpift.h>
 
 #include <string>
+#include <unordered_set>
 
 #include "frame_sink.h"
 #include "wire_fit.h"
@@ -47,6 +48,13 @@ class StreamingResult {
   // A result could not be encoded or written: the answer is incomplete.
   bool failed() const { return failed_; }
   unsigned long frames() const { return frames_; }
+  // The provider whose results follow and the worker's memory of lossy-value warnings
+  // (WireFit::set_source).
+  void set_source(const std::string &provider, std::unordered_set<std::string> *warned) {
+    fit_.set_source(provider, warned);
+  }
+  // The request's WireFit, for the frames the worker writes after the provider returned.
+  WireFit *fit() { return &fit_; }
 
  private:
   static StreamingResult *self(const CMPIResult *result);

@@ -5,7 +5,9 @@
 #include <cmpimacs.h>
 #include <json/json.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 #include "log.h"
@@ -167,7 +169,13 @@ struct Judgement {
 
 enum class Holder { kProperty, kArgument };
 
-bool instance_fits(const CMPIInstance *inst);
+// Sees each top-level property value while an instance is checked (lossy-value warnings).
+struct ValueWatch {
+  void (*see)(void *context, const CMPIInstance *inst, CMPICount index, const CMPIData &d);
+  void *context;
+};
+
+bool instance_fits(const CMPIInstance *inst, const ValueWatch *watch = nullptr);
 
 // A reference value: its path must have a namespace and a class name, and keys of the text
 // types.
@@ -236,18 +244,47 @@ Judgement judge(const CMPIData &d, Holder holder) {
   return j;
 }
 
-bool instance_fits(const CMPIInstance *inst) {
+bool instance_fits(const CMPIInstance *inst, const ValueWatch *watch) {
   CMPIStatus st = {CMPI_RC_OK, nullptr};
   const CMPICount count = CMGetPropertyCount(inst, &st);
   if (st.rc != CMPI_RC_OK) return true;  // the encoder reports it
+  bool fits = true;
   for (CMPICount i = 0; i < count; ++i) {
     st = CMPIStatus{CMPI_RC_OK, nullptr};
     const Held property(CMGetPropertyAt(inst, i, nullptr, &st));
-    if (st.rc != CMPI_RC_OK) return true;
-    if (judge(property.data(), Holder::kProperty).verdict != Verdict::kKeep) return false;
+    if (st.rc != CMPI_RC_OK) return fits;
+    if (watch != nullptr) watch->see(watch->context, inst, i, property.data());
+    if (judge(property.data(), Holder::kProperty).verdict != Verdict::kKeep) {
+      fits = false;
+      if (watch == nullptr) return false;  // the watch sees every property; else stop here
+    }
   }
-  return true;
+  return fits;
 }
+
+// Why a value that the wire carries arrives changed, or nullptr: the text "NULL" is read back
+// as null, and a uint64 above the largest sint64 is written as that largest value.
+const char *lossy_why(const CMPIData &d) {
+  if (is_null(d)) return nullptr;
+  if (d.type == CMPI_string && d.value.string != nullptr && d.value.string->hdl != nullptr &&
+      std::strcmp(static_cast<const char *>(d.value.string->hdl), "NULL") == 0) {
+    return "its text \"NULL\" arrives as null";
+  }
+  if (d.type == CMPI_uint64 && d.value.uint64 > static_cast<CMPIUint64>(INT64_MAX)) {
+    return "its uint64 value above 9223372036854775807 arrives as 9223372036854775807";
+  }
+  if (d.type == CMPI_uint64A && d.value.array != nullptr) {
+    const CMPICount n = CMGetArrayCount(d.value.array, nullptr);
+    for (CMPICount i = 0; i < n; ++i) {
+      const CMPIData e = CMGetArrayElementAt(d.value.array, i, nullptr);
+      if (!is_null(e) && e.value.uint64 > static_cast<CMPIUint64>(INT64_MAX)) {
+        return "its uint64 elements above 9223372036854775807 arrive as 9223372036854775807";
+      }
+    }
+  }
+  return nullptr;
+}
+
 
 bool args_fit(const CMPIArgs *args) {
   const CMPICount count = CMGetArgCount(args, nullptr);
@@ -462,8 +499,35 @@ FittedArgs Copier::args(const CMPIArgs *args) {
 
 WireFit::WireFit(int request_type) : operation_(wire::operation_name(request_type)) {}
 
+void WireFit::set_source(const std::string &provider, std::unordered_set<std::string> *warned) {
+  provider_ = provider;
+  warned_ = warned;
+}
+
+void WireFit::see_value(void *context, const CMPIInstance *inst, CMPICount index,
+                        const CMPIData &d) {
+  const char *why = lossy_why(d);
+  if (why == nullptr) return;
+  auto *self = static_cast<WireFit *>(context);
+  CMPIString *name = nullptr;
+  const CMPIData value = CMGetPropertyAt(inst, index, &name, nullptr);
+  const Held again(value, name);
+  const std::string property = again.name() != nullptr ? again.name() : "";
+  CMPIObjectPath *path = CMGetObjectPath(inst, nullptr);
+  const std::string cls = path != nullptr ? take_text(CMGetClassName(path, nullptr)) : "";
+  if (path != nullptr) CMRelease(path);
+  const std::string place = self->provider_ + '\n' + cls + '\n' + property + '\n' + why;
+  if (!self->warned_->insert(place).second) return;
+  HOSTD_WARNING("%s: property %s of %s from provider %s: %s (the wire cannot carry it); "
+                "logged once per provider and property",
+                self->operation_, log_text(property).c_str(), log_text(cls).c_str(),
+                log_text(self->provider_).c_str(), why);
+}
+
 FittedInstance WireFit::instance(const CMPIInstance *inst) {
-  if (inst == nullptr || instance_fits(inst)) return nullptr;
+  if (inst == nullptr) return nullptr;
+  const ValueWatch watch = {&WireFit::see_value, this};
+  if (instance_fits(inst, warned_ != nullptr ? &watch : nullptr)) return nullptr;
   Copier copier(operation_, &logged_);
   FittedInstance copy = copier.instance(inst, std::string());
   if (copy == nullptr) {

@@ -80,8 +80,23 @@ class WireFit {
   // A method's output arguments.
   FittedArgs arguments(const CMPIArgs *args);
 
+  // The provider whose results follow, and the worker's memory of the warnings it gave. With
+  // it, a top-level property whose value the wire carries but changes is warned about once
+  // per provider, class, property and kind, for the worker's life (level 2, module 232):
+  //   "<Operation>: property P of C from provider Q: its text \"NULL\" arrives as null (the
+  //    wire cannot carry it); logged once per provider and property"
+  // and likewise "its uint64 value above 9223372036854775807 arrives as 9223372036854775807",
+  // "its uint64 elements above 9223372036854775807 arrive as 9223372036854775807". The value
+  // is sent as it is: the wire fixes what the client reads.
+  void set_source(const std::string &provider, std::unordered_set<std::string> *warned);
+
  private:
+  static void see_value(void *context, const CMPIInstance *inst, CMPICount index,
+                        const CMPIData &d);
+
   const char *operation_;
+  std::string provider_;
+  std::unordered_set<std::string> *warned_ = nullptr;
   // The places (property or argument, with the class that holds it) already logged.
   std::unordered_set<std::string> logged_;
 };

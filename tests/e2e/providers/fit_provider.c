@@ -14,6 +14,9 @@
  *   Tags    string[]  "a", null, "c"
  *   Codes   uint32[]  1, null, 3
  *   Level   uint32    n * 10
+ * Instances of class Test_Lossy also have two values the wire carries but changes:
+ *   Note    string    "NULL"                  (read back as null)
+ *   Serial  uint64    18446744073709551615    (written as 9223372036854775807)
  * enumerateInstances and enumerateInstanceNames return all of them; getInstance finds the one
  * whose "Id" key (sent as text) names it, else CMPI_RC_ERR_NOT_FOUND. Everything else answers
  * CMPI_RC_ERR_NOT_SUPPORTED.
@@ -73,6 +76,13 @@ static CMPIInstance *fit_instance(const CMPIObjectPath *op, CMPIUint32 n) {
   CMSetProperty(inst, "Active", &active, CMPI_boolean);
   CMSetProperty(inst, "Name", name, CMPI_chars);
   CMSetProperty(inst, "Level", &level, CMPI_uint32);
+  CMPIString *cn = CMGetClassName(op, NULL);
+  if (strcmp(CMGetCharPtr(cn), "Test_Lossy") == 0) {
+    CMPIUint64 serial = 18446744073709551615ull;
+    CMSetProperty(inst, "Note", "NULL", CMPI_chars);
+    CMSetProperty(inst, "Serial", &serial, CMPI_uint64);
+  }
+  CMRelease(cn);
 
   /* Element 1 of each array is never set, so it stays null. */
   CMPIArray *tags = CMNewArray(broker_, 3, CMPI_string, NULL);
