@@ -79,7 +79,8 @@ std::string ScalarJson(const Scalar &scalar, CimType type, const std::string &wh
       return RealJson(scalar, type, what);
     case CimType::Reference:
     case CimType::Instance:
-      throw MofError(scalar.where, std::string("a ") + TypeName(type) +
+      throw MofError(scalar.where, std::string(type == CimType::Instance ? "an " : "a ") +
+                                       TypeName(type) +
                                        " cannot have a default (only null): " + what);
     default:
       if (scalar.kind != Kind::Integer) Mismatch(scalar, type, what);

@@ -32,16 +32,42 @@ std::string JsonString(std::string_view text) {
 
 namespace {
 
-// printf's %g text made JSON: no leading '+' in the exponent is fine, "inf"/"nan" never come
-// here (the caller's values are finite).
+// The fewest significant digits that read back as value, written like a JSON number: plain
+// decimal for exponents from -7 to 20 (0.00125, 2, 1500), else with an exponent (1.5e+300).
 template <typename Real>
 std::string Shortest(Real value, int maxDigits) {
   char buffer[64];
   for (int digits = 1; digits <= maxDigits; ++digits) {
-    std::snprintf(buffer, sizeof buffer, "%.*g", digits, static_cast<double>(value));
+    std::snprintf(buffer, sizeof buffer, "%.*e", digits - 1, static_cast<double>(value));
     if (static_cast<Real>(std::strtod(buffer, nullptr)) == value) break;
   }
-  return buffer;
+  // buffer: [-]D[.DDD]e(+|-)XX
+  std::string text = buffer;
+  const bool negative = text[0] == '-';
+  if (negative) text.erase(0, 1);
+  const std::size_t e = text.find('e');
+  const int exponent = std::atoi(text.c_str() + e + 1);
+  std::string digits;
+  for (std::size_t i = 0; i < e; ++i) {
+    if (text[i] != '.') digits += text[i];
+  }
+  while (digits.size() > 1 && digits.back() == '0') digits.pop_back();
+  std::string out = negative ? "-" : "";
+  if (exponent >= 0 && exponent < 21) {
+    const std::size_t whole = static_cast<std::size_t>(exponent) + 1;
+    if (digits.size() <= whole) {
+      out += digits + std::string(whole - digits.size(), '0');
+    } else {
+      out += digits.substr(0, whole) + "." + digits.substr(whole);
+    }
+  } else if (exponent < 0 && exponent >= -7) {
+    out += "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + digits;
+  } else {
+    out += digits.substr(0, 1);
+    if (digits.size() > 1) out += "." + digits.substr(1);
+    out += std::string("e") + (exponent < 0 ? "-" : "+") + std::to_string(exponent < 0 ? -exponent : exponent);
+  }
+  return out;
 }
 
 }  // namespace

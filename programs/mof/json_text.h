@@ -12,7 +12,8 @@ namespace mof {
 std::string JsonString(std::string_view text);
 
 // The shortest decimal text that reads back as value (a finite double), in JSON number syntax:
-// 2, 0.5, 1e+20, -3.25e-07.
+// plain decimal for exponents from -7 to 20 (2, 0.5, -0.00125, 100000000000000000000), else
+// with an exponent (1e+21, -3.25e-8, 1.5e+300).
 std::string JsonReal64(double value);
 // The same for a real32 value: the shortest text that reads back as the same float.
 std::string JsonReal32(float value);

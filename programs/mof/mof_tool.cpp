@@ -5,7 +5,7 @@
 #include "file_source_reader.h"
 #include "import_check.h"
 #include "mof_reader.h"
-#include "schema_database.h"
+#include "schema_store.h"
 #include "sql_statements.h"
 #include "sql_text.h"
 
@@ -85,7 +85,7 @@ int RunTool(const std::vector<std::string> &args, std::ostream &out, std::ostrea
       out.flush();
       return out ? 0 : 1;
     }
-    SchemaDatabase database(options.database);
+    SchemaStore database(options.database);
     const SchemaRows rows =
         ImportFiles(options.files, options.nameSpace, sources, database, diagnostics);
     PrintDiagnostics(diagnostics, err);

@@ -1,6 +1,6 @@
 // sql_statements.h - the statements that store an import's rows: for each declaration, in
 // declaration order, the DELETEs of the rows it replaces and then its INSERTs. The same
-// statements are run on a database (schema_database.h) or printed (sql_text.h).
+// statements are run on a database (schema_store.h) or printed (sql_text.h).
 #ifndef CMPI_MOF_SQL_STATEMENTS_H
 #define CMPI_MOF_SQL_STATEMENTS_H
 

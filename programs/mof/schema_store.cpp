@@ -1,5 +1,5 @@
-// schema_database.cpp - see schema_database.h.
-#include "schema_database.h"
+// schema_store.cpp - see schema_store.h.
+#include "schema_store.h"
 
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -34,21 +34,21 @@ bool FileExists(const std::string &path) {
 
 }  // namespace
 
-void SchemaDatabase::Closer::operator()(sqlite3 *db) const { sqlite3_close(db); }
+void SchemaStore::Closer::operator()(sqlite3 *db) const { sqlite3_close(db); }
 
-SchemaDatabase::SchemaDatabase(std::string path) : path_(std::move(path)) {
+SchemaStore::SchemaStore(std::string path) : path_(std::move(path)) {
   if (!FileExists(path_)) return;
   open(false);
   tables();  // a file that is no database fails here, before any class is looked up
 }
 
-SchemaDatabase::~SchemaDatabase() = default;
+SchemaStore::~SchemaStore() = default;
 
-void SchemaDatabase::fail(const std::string &what) const {
+void SchemaStore::fail(const std::string &what) const {
   throw DatabaseError(path_ + ": " + what + (db_ ? std::string(": ") + sqlite3_errmsg(db_.get()) : ""));
 }
 
-void SchemaDatabase::open(bool create) {
+void SchemaStore::open(bool create) {
   sqlite3 *db = nullptr;
   const int flags = SQLITE_OPEN_READWRITE | (create ? SQLITE_OPEN_CREATE : 0);
   const int rc = sqlite3_open_v2(path_.c_str(), &db, flags, nullptr);
@@ -57,7 +57,7 @@ void SchemaDatabase::open(bool create) {
   sqlite3_busy_timeout(db, 5000);
 }
 
-std::set<std::string> SchemaDatabase::tables() const {
+std::set<std::string> SchemaStore::tables() const {
   std::set<std::string> names;
   if (!db_) return names;
   sqlite3_stmt *raw = nullptr;
@@ -74,7 +74,7 @@ std::set<std::string> SchemaDatabase::tables() const {
   return names;
 }
 
-std::optional<KnownClass> SchemaDatabase::find(const std::string &name) const {
+std::optional<KnownClass> SchemaStore::find(const std::string &name) const {
   if (!db_ || tables().count("tbl_class") == 0) return std::nullopt;
   sqlite3_stmt *raw = nullptr;
   if (sqlite3_prepare_v2(db_.get(),
@@ -92,7 +92,7 @@ std::optional<KnownClass> SchemaDatabase::find(const std::string &name) const {
                     sqlite3_column_int(raw, 1) != 0};
 }
 
-void SchemaDatabase::write(const std::vector<SqlGroup> &groups) {
+void SchemaStore::write(const std::vector<SqlGroup> &groups) {
   const bool created = !db_;
   if (created) open(true);
   try {
@@ -114,7 +114,7 @@ void SchemaDatabase::write(const std::vector<SqlGroup> &groups) {
   }
 }
 
-void SchemaDatabase::writeInTransaction(const std::vector<SqlGroup> &groups) {
+void SchemaStore::writeInTransaction(const std::vector<SqlGroup> &groups) {
   const std::set<std::string> present = tables();
   std::string missing;
   std::size_t found = 0;

@@ -1,6 +1,6 @@
-// schema_database.h - the schema database an import reads classes from and writes its rows to.
-#ifndef CMPI_MOF_SCHEMA_DATABASE_H
-#define CMPI_MOF_SCHEMA_DATABASE_H
+// schema_store.h - the schema database an import reads classes from and writes its rows to.
+#ifndef CMPI_MOF_SCHEMA_STORE_H
+#define CMPI_MOF_SCHEMA_STORE_H
 
 #include <memory>
 #include <set>
@@ -21,14 +21,14 @@ class DatabaseError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-class SchemaDatabase : public ClassCatalog {
+class SchemaStore : public ClassCatalog {
  public:
   // Opens the database file at path when there is one; a missing file is made by write().
   // Throws DatabaseError when the file cannot be opened or is no SQLite database.
-  explicit SchemaDatabase(std::string path);
-  ~SchemaDatabase() override;
-  SchemaDatabase(const SchemaDatabase &) = delete;
-  SchemaDatabase &operator=(const SchemaDatabase &) = delete;
+  explicit SchemaStore(std::string path);
+  ~SchemaStore() override;
+  SchemaStore(const SchemaStore &) = delete;
+  SchemaStore &operator=(const SchemaStore &) = delete;
 
   // The class in Tbl_Class (name compared without regard to case); none in a database without
   // tables. Throws DatabaseError.
@@ -55,4 +55,4 @@ class SchemaDatabase : public ClassCatalog {
 
 }  // namespace mof
 
-#endif  // CMPI_MOF_SCHEMA_DATABASE_H
+#endif  // CMPI_MOF_SCHEMA_STORE_H
