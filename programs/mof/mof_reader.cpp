@@ -32,6 +32,9 @@ void MofReader::readFile(const std::string &path, const SourceLocation *included
   std::string reason;
   if (!sources_.read(path, source, reason))
     throw MofError(where, "cannot read " + what + ": " + reason);
+  bytesRead_ += source.text.size();
+  if (bytesRead_ > kMaxTotalBytes)
+    throw MofError(where, "more than 64 MiB of MOF text read (at " + path + ")");
   for (std::size_t i = 0; i < open_.size(); ++i) {
     if (open_[i].identity != source.identity) continue;
     std::string cycle;

@@ -15,6 +15,7 @@ class MofReader : private IncludeHandler {
  public:
   static constexpr std::size_t kMaxIncludeDepth = 32;  // files open inside each other
   static constexpr int kMaxFiles = 1000;               // files read by one reader in all
+  static constexpr std::size_t kMaxTotalBytes = 64u << 20;  // text read by one reader in all
 
   // sources must outlive the reader.
   explicit MofReader(SourceReader &sources) : sources_(sources) {}
@@ -23,7 +24,8 @@ class MofReader : private IncludeHandler {
   // (those of included files where they are included) to doc. An included file's path is
   // relative to the folder of the file that includes it, unless it is absolute. Throws MofError
   // for a file that cannot be read, text that is not UTF-8, a syntax error, an include cycle,
-  // includes nested deeper than kMaxIncludeDepth, or more than kMaxFiles files.
+  // includes nested deeper than kMaxIncludeDepth, more than kMaxFiles files or more than
+  // kMaxTotalBytes of text (a file included many times counts each time).
   void read(const std::string &path, const std::string &nameSpace, MofDocument &doc);
 
  private:
@@ -39,6 +41,7 @@ class MofReader : private IncludeHandler {
   SourceReader &sources_;
   std::vector<OpenFile> open_;  // the file being read, and those that include it
   int filesRead_ = 0;
+  std::size_t bytesRead_ = 0;
 };
 
 }  // namespace mof

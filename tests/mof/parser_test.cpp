@@ -234,3 +234,16 @@ TEST(MofParser, SyntaxErrorsNameFileLineAndColumn) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(MofParser, TextReadInAllIsBounded) {
+  // One file of 4 MiB included twenty times is more than 64 MiB of text.
+  std::string big(4u << 20, ' ');
+  std::string main;
+  for (int i = 0; i < 20; ++i) main += "#pragma include(\"big.mof\")\n";
+  EXPECT_EQ(ErrorOf({{"main.mof", main}, {"big.mof", big}}),
+            "main.mof:16:17: more than 64 MiB of MOF text read (at big.mof)");
+}
+
+}  // namespace
