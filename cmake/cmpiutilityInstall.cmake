@@ -8,10 +8,11 @@
 #   ${CMAKE_INSTALL_INCLUDEDIR}/dlog.h  the log library's header
 #   ${CMAKE_INSTALL_LIBDIR}/pkgconfig/cmpiutility.pc
 #   ${CMAKE_INSTALL_LIBDIR}/cmake/cmpiutility/   the CMake package (targets cmpiutility::*)
-#   ${CMAKE_INSTALL_DATADIR}/cmpiutility/        schema SQL and its README
+#   ${CMAKE_INSTALL_DATADIR}/cmpiutility/        schema SQL, the demo classes in MOF, the README
 #   lib/systemd/system/cmpi-hostd.service        the daemon's unit
-# The programs (bin/cmpi-cli, sbin/cmpi-hostd) and the demo provider (lib/cmpi/) are installed
-# by their own CMakeLists.txt.
+# The programs (bin/cmpi-cli, bin/cmpi-mof, sbin/cmpi-hostd) and the demo provider (lib/cmpi/)
+# are installed by their own CMakeLists.txt. cmpi-mof links no library of this project (only
+# SQLite), so it needs no run-time search path.
 #
 # The unit file and the pkg-config file name absolute paths, so they are written when the
 # install runs, from the prefix actually used (`cmake --install BUILD --prefix P` works).
@@ -48,10 +49,11 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/cmpi/include/
 install(FILES ${PROJECT_SOURCE_DIR}/platform/dlog/include/dlog.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# Schema SQL and its README.
+# Schema SQL, the demo classes in MOF (what cmpi-mof reads) and the README.
 install(FILES
     ${PROJECT_SOURCE_DIR}/share/schema.sql
     ${PROJECT_SOURCE_DIR}/share/demo-classes.sql
+    ${PROJECT_SOURCE_DIR}/share/demo.mof
     ${PROJECT_SOURCE_DIR}/share/README.md
   DESTINATION ${CMAKE_INSTALL_DATADIR}/cmpiutility)
 

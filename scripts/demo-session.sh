@@ -10,8 +10,9 @@ build=$(cd "${1:?usage: demo-session.sh BUILD_DIR}" && pwd)
 root=$(cd "$(dirname "$0")/.." && pwd)
 hostd=$build/programs/hostd/cmpi-hostd
 cli=$build/programs/cli/cmpi-cli
+mof=$build/programs/mof/cmpi-mof
 providers=$build/providers/demo/
-for f in "$hostd" "$cli" "$providers/libdemoprovider.so"; do
+for f in "$hostd" "$cli" "$mof" "$providers/libdemoprovider.so"; do
   [ -e "$f" ] || { echo "demo: $f is missing; build first (./dev build)" >&2; exit 1; }
 done
 
@@ -33,9 +34,8 @@ run() {
   "$@"
 }
 
-step "1. A schema database from share/schema.sql and share/demo-classes.sql"
-sqlite3 "$work/schema.db" <"$root/share/schema.sql"
-sqlite3 "$work/schema.db" <"$root/share/demo-classes.sql"
+step "1. A schema database from share/demo.mof, the demo classes and their provider in MOF"
+run "$mof" --database "$work/schema.db" "$root/share/demo.mof"
 sqlite3 "$work/schema.db" "select ClassName, ProviderName, NameSpace from Tbl_ClassMetadata"
 
 step "2. cmpi-hostd on a temporary socket, with the demo provider"

@@ -13,6 +13,7 @@ expect() {
     failed=1
   fi
 }
+expect 'Demo_Fan|DemoProvider|root/cimv2'
 expect 'root/cimv2:Demo_Fan.DeviceID="fan0",SystemName="bmc0"'
 expect 'root/cimv2:Demo_Fan.DeviceID="fan1",SystemName="bmc0"'
 expect '    method SetSpeed(in uint32 DesiredSpeed, out uint32 PreviousSpeed);'

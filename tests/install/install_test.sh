@@ -80,13 +80,15 @@ check "header dlog.h" cmp -s "$source_dir/platform/dlog/include/dlog.h" "$inc/dl
 # --- programs, demo provider ------------------------------------------------------------------
 check "bin/cmpi-cli runs from the prefix (no library path set)" \
   test "$("$prefix/$CMPIU_BINDIR/cmpi-cli" --version)" = "cmpi-cli $CMPIU_VERSION"
+check "bin/cmpi-mof runs from the prefix (no library path set)" \
+  test "$("$prefix/$CMPIU_BINDIR/cmpi-mof" --version)" = "cmpi-mof $CMPIU_VERSION"
 check "sbin/cmpi-hostd runs from the prefix (no library path set)" \
   test "$("$prefix/$CMPIU_SBINDIR/cmpi-hostd" --version)" = "cmpi-hostd $CMPIU_VERSION"
 check "demo provider in lib/cmpi/" test -f "$prefix/lib/cmpi/libdemoprovider.so"
 
 # --- schema SQL ------------------------------------------------------------------------------
 share=$prefix/$CMPIU_DATADIR/cmpiutility
-for f in schema.sql demo-classes.sql README.md; do
+for f in schema.sql demo-classes.sql demo.mof README.md; do
   check "$CMPIU_DATADIR/cmpiutility/$f" cmp -s "$source_dir/share/$f" "$share/$f"
 done
 if command -v sqlite3 >/dev/null 2>&1; then
@@ -95,6 +97,14 @@ if command -v sqlite3 >/dev/null 2>&1; then
   check "the installed SQL makes a schema database serving Demo_Fan" test \
     "$(sqlite3 "$db" "SELECT ProviderName FROM Tbl_ClassMetadata WHERE ClassName='Demo_Fan'")" \
     = DemoProvider
+  # The same database made by the installed cmpi-mof from the installed demo.mof.
+  mofdb=$work/FromMof.db
+  "$prefix/$CMPIU_BINDIR/cmpi-mof" --database "$mofdb" "$share/demo.mof"
+  for table in Tbl_ClassMetadata Tbl_Class Tbl_ClassProperty Tbl_ClassMethod Tbl_MethodParameter; do
+    check "installed cmpi-mof and demo.mof: $table as demo-classes.sql makes it" test \
+      "$(sqlite3 "$mofdb" "SELECT * FROM $table ORDER BY rowid")" = \
+      "$(sqlite3 "$db" "SELECT * FROM $table ORDER BY rowid")"
+  done
 fi
 
 # --- systemd unit ----------------------------------------------------------------------------

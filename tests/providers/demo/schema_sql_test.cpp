@@ -82,7 +82,14 @@ TEST_F(SchemaSql, TablesHaveTheColumnsOfTheDesign) {
            "SELECT name, type, \"notnull\", dflt_value FROM "
            "pragma_table_info('Tbl_ClassProperty')"),
       ElementsAre("ClassName|TEXT|1|NULL", "PropertyName|TEXT|1|NULL", "DataType|INTEGER|1|NULL",
-                  "IsKey|INTEGER|1|0", "Position|INTEGER|1|NULL"));
+                  "IsKey|INTEGER|1|0", "Position|INTEGER|1|NULL", "ReferenceClass|TEXT|0|NULL",
+                  "DefaultValue|TEXT|0|NULL"));
+  EXPECT_THAT(Rows(schema_.path(),
+                   "SELECT name, type, \"notnull\", dflt_value FROM "
+                   "pragma_table_info('Tbl_Class')"),
+              ElementsAre("ClassName|TEXT|1|NULL", "SuperClass|TEXT|0|NULL",
+                          "NameSpace|TEXT|0|NULL", "IsAssociation|INTEGER|1|0",
+                          "IsAbstract|INTEGER|1|0"));
   EXPECT_THAT(Rows(schema_.path(),
                    "SELECT name, type, \"notnull\", dflt_value FROM "
                    "pragma_table_info('Tbl_ClassMethod')"),
@@ -93,7 +100,8 @@ TEST_F(SchemaSql, TablesHaveTheColumnsOfTheDesign) {
            "SELECT name, type, \"notnull\", dflt_value FROM "
            "pragma_table_info('Tbl_MethodParameter')"),
       ElementsAre("ClassName|TEXT|1|NULL", "MethodName|TEXT|1|NULL", "ParameterName|TEXT|1|NULL",
-                  "DataType|INTEGER|1|NULL", "Direction|TEXT|1|NULL", "Position|INTEGER|1|NULL"));
+                  "DataType|INTEGER|1|NULL", "Direction|TEXT|1|NULL", "Position|INTEGER|1|NULL",
+                  "ReferenceClass|TEXT|0|NULL"));
   EXPECT_THAT(Rows(schema_.path(), "SELECT * FROM Tbl_ClassMetadata ORDER BY ClassName"),
               ElementsAre("Demo_Chassis|DemoProvider|root/cimv2|0",
                           "Demo_ChassisFan|DemoProvider|root/cimv2|0",
@@ -107,8 +115,8 @@ TEST_F(SchemaSql, TheDocumentedCommandsMakeTheSameDatabase) {
   const std::string command = "sqlite3 '" + path + "' < '" + share + "/schema.sql' && sqlite3 '" +
                               path + "' < '" + share + "/demo-classes.sql'";
   ASSERT_EQ(std::system(command.c_str()), 0);
-  for (const char *table :
-       {"Tbl_ClassMetadata", "Tbl_ClassProperty", "Tbl_ClassMethod", "Tbl_MethodParameter"}) {
+  for (const char *table : {"Tbl_ClassMetadata", "Tbl_Class", "Tbl_ClassProperty",
+                            "Tbl_ClassMethod", "Tbl_MethodParameter"}) {
     const std::string all = std::string("SELECT * FROM ") + table + " ORDER BY 1, 2, 3";
     EXPECT_EQ(Rows(path, all), Rows(schema_.path(), all)) << table;
   }
