@@ -235,6 +235,23 @@ TEST_F(CliTest, AssociationsServedThroughBrokerUpCalls) {
       << links.out;
 }
 
+// A provider written for CMPI level 90 (tests/platform/cmpi/older_level_provider.c): its
+// modify entry is named SetInstance and its statement macros are called without ';'.
+TEST_F(CliTest, AProviderBuiltForAnOlderLevelRunsUnchanged) {
+  CliRun modified = cli({"modify", "Older_Good.Id=\"1\"", "X:uint32=5"});
+  EXPECT_EQ(modified.status, 0) << modified.err;
+  EXPECT_EQ(modified.out, "Status = CMPI_RC_OK;\n");
+  CliRun names = cli({"enum-names", "Older_Good"});
+  EXPECT_EQ(names.status, 1);
+  EXPECT_EQ(names.err, "CMPI_RC_ERR_NOT_SUPPORTED: not supported\n");
+  CliRun missing = cli({"get", "Older_Good.Id=\"2\""});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, "CMPI_RC_ERR_NOT_FOUND: the provider returned no instance\n");
+  CliRun deleted = cli({"delete", "Older_Good.Id=\"1\""});
+  EXPECT_EQ(deleted.status, 1);
+  EXPECT_EQ(deleted.err.rfind("CMPI_RC_ERR_ACCESS_DENIED", 0), 0u) << deleted.err;
+}
+
 TEST_F(CliTest, AProvidersMessageReachesTheUser) {
   CliRun missing = cli({"get", "Test_Rack.Name=\"r9\""});
   EXPECT_EQ(missing.status, 1);

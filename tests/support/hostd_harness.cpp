@@ -159,7 +159,8 @@ Workspace::Workspace() {
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
         "libtestslow.so", "libtestends.so", "libtestlinks.so",
-        "libtestlinger.so", "libtestpower.so", "libtestfit.so"}) {
+        "libtestlinger.so", "libtestpower.so", "libtestfit.so",
+        "libolder_provider.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
   set_up_demo_state(*this);
