@@ -193,6 +193,9 @@ Json::Value class_json(const ClassInfo &info) {
     methods.append(m);
   }
   out["methods"] = methods;
+  Json::Value defaults(Json::objectValue);
+  for (const DefaultInfo &d : info.defaults) defaults[d.property] = d.json;
+  out["defaults"] = defaults;
   return out;
 }
 

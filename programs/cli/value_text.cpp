@@ -10,6 +10,8 @@
 
 #include "cmpi_build.h"
 #include "frame_view.h"
+#include "result_names.h"
+#include "value_json.h"
 #include "value_syntax.h"
 
 namespace cli {
@@ -245,6 +247,13 @@ ClassInfo read_class(const CMPIConstClass *cls) {
       if (d.type() == CMPI_string) return text_of(v.string);
       return std::string();
     };
+    if (wire::class_of(value.inst) == "CMPIUtility_PropertyDefault") {
+      OwnedData d(CMGetProperty(value.inst, "Value", nullptr));
+      info.defaults.push_back(
+          {text_property("Name"), data_text(d.type(), d.value(), d.is_null()),
+           data_json(d.type(), d.value(), d.is_null())});
+      continue;
+    }
     ParameterInfo parameter;
     parameter.name = text_property("Name");
     parameter.direction = text_property("Direction");
@@ -269,7 +278,13 @@ ClassInfo read_class(const CMPIConstClass *cls) {
 
 std::string class_text(const ClassInfo &info) {
   std::string out = "class " + info.name + " {\n";
-  for (const std::string &property : info.properties) out += "    property " + property + ";\n";
+  for (const std::string &property : info.properties) {
+    out += "    property " + property;
+    for (const DefaultInfo &d : info.defaults) {
+      if (strcasecmp(d.property.c_str(), property.c_str()) == 0) out += " = " + d.text;
+    }
+    out += ";\n";
+  }
   for (const MethodInfo &method : info.methods) {
     out += "    method " + method.name + "(";
     for (std::size_t i = 0; i < method.parameters.size(); ++i) {

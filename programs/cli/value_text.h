@@ -65,8 +65,9 @@ std::string not_carried_text(CMPIType type);
 // "Name = value;\n" for every argument, except the one named skip.
 std::string args_text(const CMPIArgs *args, const std::string &skip);
 
-// What a GetClass answer tells about a class. The method parameters come from the class record
-// that the class object's handle points to (instances of CMPIUtility_MethodParameter).
+// What a GetClass answer tells about a class. The method parameters and the property defaults
+// come from the class record that the class object's handle points to (instances of
+// CMPIUtility_MethodParameter and of CMPIUtility_PropertyDefault).
 struct ParameterInfo {
   std::string name;
   CMPIType type = CMPI_null;
@@ -76,16 +77,23 @@ struct MethodInfo {
   std::string name;
   std::vector<ParameterInfo> parameters;
 };
+struct DefaultInfo {
+  std::string property;
+  std::string text;   // the value as data_text writes it
+  Json::Value json;   // the value as data_json writes it
+};
 struct ClassInfo {
   std::string name;
   std::string name_space;
   std::vector<std::string> properties;
   std::vector<MethodInfo> methods;
+  std::vector<DefaultInfo> defaults;
 };
 ClassInfo read_class(const CMPIConstClass *cls);
 
 //   class Demo_Fan {
 //       property DeviceID;
+//       property HealthState = 5;          (a property with a default)
 //       method SetSpeed(in uint32 DesiredSpeed, out uint32 PreviousSpeed);
 //   };
 std::string class_text(const ClassInfo &info);

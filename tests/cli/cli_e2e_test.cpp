@@ -252,6 +252,27 @@ TEST_F(CliTest, AProviderBuiltForAnOlderLevelRunsUnchanged) {
   EXPECT_EQ(deleted.err.rfind("CMPI_RC_ERR_ACCESS_DENIED", 0), 0u) << deleted.err;
 }
 
+// GetClass carries the defaults of the MOF, inherited ones included, and the inherited
+// properties (tests/e2e/classes/test-classes.mof).
+TEST_F(CliTest, GetClassShowsInheritedPropertiesAndDefaults) {
+  CliRun run = cli({"get-class", "Test_Disk"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out,
+            "class Test_Disk {\n"
+            "    property Id;\n"
+            "    property Kind = \"device\";\n"
+            "    property Health = 5;\n"
+            "    property Roles = {\"storage\", \"spare\"};\n"
+            "    property Since = \"20240101120000.000000+000\";\n"
+            "    property Rack;\n"
+            "    property Uid;\n"
+            "};\n");
+  CliRun json = cli({"--json", "get-class", "Test_Disk"});
+  Json::Value doc = parse_json(json.out);
+  EXPECT_EQ(doc["class"]["defaults"]["Health"]["value"].asUInt(), 5u) << json.out;
+  EXPECT_TRUE(doc["class"]["methods"].empty()) << "defaults are not method parameters";
+}
+
 TEST_F(CliTest, AProvidersMessageReachesTheUser) {
   CliRun missing = cli({"get", "Test_Rack.Name=\"r9\""});
   EXPECT_EQ(missing.status, 1);

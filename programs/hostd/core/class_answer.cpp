@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "response_frames.h"
 #include "log_text.h"
@@ -52,20 +53,49 @@ CMPIInstance *parameter_instance(const ClassDefinition &definition, const Method
   return inst;
 }
 
+// A property's default: "Name" (string) and "Value" (the default, of the property's type).
+CMPIInstance *default_instance(const ClassDefinition &definition, const PropertyDefault &d) {
+  CMPIObjectPath *path =
+      makeNewObjectPath(definition.name_space.c_str(), kPropertyDefaultClass, nullptr);
+  if (path == nullptr) return nullptr;
+  CMPIInstance *inst = makeNewCMPIInstance(path, nullptr);
+  CMRelease(path);
+  if (inst == nullptr) return nullptr;
+  PropertyDefault value = d;
+  value.property = "Value";
+  if (CMSetProperty(inst, "Name", d.property.c_str(), CMPI_chars).rc != CMPI_RC_OK ||
+      apply_defaults(inst, {value}) != 1) {
+    CMRelease(inst);
+    return nullptr;
+  }
+  return inst;
+}
+
+// The method parameters, then the property defaults (a default that does not fit its type is
+// left out).
 CMPIArray *parameter_array(const ClassDefinition &definition) {
-  CMPIArray *array = makeNewCMPIArray(static_cast<CMPICount>(definition.parameters.size()),
-                                      CMPI_instance, nullptr);
-  if (array == nullptr) return nullptr;
-  for (std::size_t i = 0; i < definition.parameters.size(); ++i) {
-    CMPIInstance *inst = parameter_instance(definition, definition.parameters[i]);
-    bool ok = inst != nullptr &&
-              CMSetArrayElementAt(array, static_cast<CMPICount>(i), &inst, CMPI_instance).rc ==
-                  CMPI_RC_OK;
-    if (inst != nullptr) CMRelease(inst);
-    if (!ok) {
+  std::vector<CMPIInstance *> items;
+  bool ok = true;
+  for (const MethodParameter &p : definition.parameters) {
+    CMPIInstance *inst = parameter_instance(definition, p);
+    if (inst == nullptr) ok = false;
+    items.push_back(inst);
+  }
+  for (const PropertyDefault &d : definition.defaults) {
+    CMPIInstance *inst = default_instance(definition, d);
+    if (inst != nullptr) items.push_back(inst);
+  }
+  CMPIArray *array =
+      ok ? makeNewCMPIArray(static_cast<CMPICount>(items.size()), CMPI_instance, nullptr)
+         : nullptr;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (array != nullptr &&
+        CMSetArrayElementAt(array, static_cast<CMPICount>(i), &items[i], CMPI_instance).rc !=
+            CMPI_RC_OK) {
       CMRelease(array);
-      return nullptr;
+      array = nullptr;
     }
+    if (items[i] != nullptr) CMRelease(items[i]);
   }
   return array;
 }

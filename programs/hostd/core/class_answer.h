@@ -8,7 +8,11 @@
 // property and method names, "MethodParamList" one instance of class
 // "CMPIUtility_MethodParameter" (in the class's namespace) per method parameter, with the
 // properties "MethodName" (string), "Name" (string), "DataType" (uint16, the CMPI type code) and
-// "Direction" (string: "in", "out" or "inout").
+// "Direction" (string: "in", "out" or "inout"). After them, one instance of class
+// "CMPIUtility_PropertyDefault" per property with a default value in the schema database (its
+// own or inherited), with "Name" (string) and "Value" (the default, of the property's type):
+// the frame has no other place for them, and a client that reads method parameters tells the
+// two apart by class name.
 #ifndef CMPI_HOSTD_CLASS_ANSWER_H
 #define CMPI_HOSTD_CLASS_ANSWER_H
 
@@ -21,6 +25,7 @@
 namespace hostd {
 
 inline constexpr char kMethodParameterClass[] = "CMPIUtility_MethodParameter";
+inline constexpr char kPropertyDefaultClass[] = "CMPIUtility_PropertyDefault";
 
 // Builds the class object the way the library's class encoder reads it: makeNewCMPIClass with a
 // calloc'd class record of strdup'd texts and CMPIArray fields. The caller releases it through

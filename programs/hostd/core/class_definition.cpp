@@ -190,6 +190,7 @@ ClassLookup load_class_definition(const std::string &path, const std::string &cl
   for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
     if (!merge_own(db.get(), *it, definition, why)) return ClassLookup::kFailed;
   }
+  definition->defaults = load_class_defaults(path, definition->name);
   return ClassLookup::kFound;
 }
 

@@ -14,6 +14,8 @@
 #define CMPI_HOSTD_CLASS_DEFINITION_H
 
 #include <string>
+
+#include "class_defaults.h"
 #include <vector>
 
 namespace hostd {
@@ -31,6 +33,7 @@ struct ClassDefinition {
   std::vector<std::string> properties;      // Position order
   std::vector<std::string> methods;         // Position order
   std::vector<MethodParameter> parameters;  // by method Position, then parameter Position
+  std::vector<PropertyDefault> defaults;    // inherited first (class_defaults.h)
 };
 
 enum class ClassLookup { kFound, kUnknownClass, kFailed };
