@@ -273,6 +273,21 @@ TEST_F(CliTest, GetClassShowsInheritedPropertiesAndDefaults) {
   EXPECT_TRUE(doc["class"]["methods"].empty()) << "defaults are not method parameters";
 }
 
+// Keys of other types than string and arrays with a null element (fit_provider.c): the keys
+// arrive as their text, the arrays are left out, nothing fails.
+TEST_F(CliTest, KeysOfAnyTypeAndNullArrayElementsThroughTheDaemon) {
+  CliRun names = cli({"enum-names", "Test_Fit"});
+  ASSERT_EQ(names.status, 0) << names.err;
+  EXPECT_EQ(occurrences(names.out, "\n"), 500);
+  EXPECT_EQ(names.out.substr(0, names.out.find('\n')),
+            "root/cimv2:Test_Fit.When=\"20240101103000.000000+000\",Id=\"0\",Active=\"false\"");
+  CliRun one = cli({"get", "Test_Fit.Id=\"7\""});
+  ASSERT_EQ(one.status, 0) << one.err;
+  EXPECT_NE(one.out.find("    Name = \"fit7\";\n"), std::string::npos) << one.out;
+  EXPECT_EQ(one.out.find("Tags"), std::string::npos) << one.out;
+  EXPECT_EQ(one.out.find("Codes"), std::string::npos) << one.out;
+}
+
 TEST_F(CliTest, AProvidersMessageReachesTheUser) {
   CliRun missing = cli({"get", "Test_Rack.Name=\"r9\""});
   EXPECT_EQ(missing.status, 1);
