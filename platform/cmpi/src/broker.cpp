@@ -4,6 +4,7 @@
 // files: up-calls (broker_upcalls.cpp), factories and helpers (broker_factories.cpp),
 // operating-system services (broker_threads.cpp) and memory services (broker_memory.cpp).
 // Up-calls that need a CIM server behind them answer CMPI_RC_ERR_NOT_SUPPORTED.
+#include <cstddef>
 #include <cstring>
 
 #include "broker_tables.h"
@@ -16,6 +17,24 @@ namespace cmpi {
 
 const char kBrokerName[] = "cmpiinterface";
 
+namespace {
+
+// Whether ft is table or a copy of it: a host may hand providers objects whose table is a copy
+// with another release entry (objects it releases itself later), so the kind is told by the
+// clone entry too. Every object table starts with ftVersion, release and clone, packed, so the
+// clone entry sits at the same place whatever the kind.
+template <class Table>
+bool same_kind(const void *ft, const Table *table) {
+  if (ft == table) return true;
+  static_assert(offsetof(Table, clone) == offsetof(CMPIStringFT, clone),
+                "every object table has its clone entry at the same place");
+  decltype(table->clone) clone = nullptr;
+  std::memcpy(&clone, static_cast<const char *>(ft) + offsetof(Table, clone), sizeof clone);
+  return clone == table->clone;
+}
+
+}  // namespace
+
 // Every object starts with its handle and then its table pointer; the table tells the kind.
 const char *object_type_name(const void *object) {
   if (object == nullptr) {
@@ -26,17 +45,17 @@ const char *object_type_name(const void *object) {
   if (ft == nullptr) {
     return nullptr;
   }
-  if (ft == string_table()) return "CMPIString";
-  if (ft == array_table()) return "CMPIArray";
-  if (ft == datetime_table()) return "CMPIDateTime";
-  if (ft == enumeration_table()) return "CMPIEnumeration";
-  if (ft == result_table()) return "CMPIResult";
-  if (ft == instance_table()) return "CMPIInstance";
-  if (ft == object_path_table()) return "CMPIObjectPath";
-  if (ft == args_table()) return "CMPIArgs";
-  if (ft == context_table()) return "CMPIContext";
-  if (ft == const_class_table()) return "CMPIConstClass";
-  if (ft == error_table()) return "CMPIError";
+  if (same_kind(ft, string_table())) return "CMPIString";
+  if (same_kind(ft, array_table())) return "CMPIArray";
+  if (same_kind(ft, datetime_table())) return "CMPIDateTime";
+  if (same_kind(ft, enumeration_table())) return "CMPIEnumeration";
+  if (same_kind(ft, result_table())) return "CMPIResult";
+  if (same_kind(ft, instance_table())) return "CMPIInstance";
+  if (same_kind(ft, object_path_table())) return "CMPIObjectPath";
+  if (same_kind(ft, args_table())) return "CMPIArgs";
+  if (same_kind(ft, context_table())) return "CMPIContext";
+  if (same_kind(ft, const_class_table())) return "CMPIConstClass";
+  if (same_kind(ft, error_table())) return "CMPIError";
   return nullptr;
 }
 

@@ -439,6 +439,23 @@ TEST_F(EveryKind, ToStringGivesPathTextStringTextOrTheKind) {
   EXPECT_EQ("some text", take(CDToString(mb_, string_, nullptr)));
 }
 
+// A host may hand out objects whose table is a copy with another release entry (it releases
+// them itself later); they are still of their kind.
+TEST_F(BrokerTest, AnObjectWithACopiedTableKeepsItsKind) {
+  CMPIInstance *inst = makeNewCMPIInstance(op_, nullptr);
+  CMPIInstanceFT *original = inst->ft;
+  CMPIInstanceFT copy = *original;
+  copy.release = [](CMPIInstance *) {
+    CMPIStatus st = {CMPI_RC_OK, nullptr};
+    return st;
+  };
+  inst->ft = &copy;
+  EXPECT_EQ("CMPIInstance", take(mb_->eft->getType(mb_, inst, nullptr)));
+  EXPECT_EQ(1, mb_->eft->isOfType(mb_, inst, "CMPIInstance", nullptr));
+  inst->ft = original;
+  inst->ft->release(inst);
+}
+
 TEST_F(BrokerTest, KindHelpersRefuseNullAndUnknownObjects) {
   struct Foreign {
     void *hdl;
