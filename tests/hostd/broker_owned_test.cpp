@@ -38,7 +38,7 @@ CMPIData instance_data(CMPIInstance *inst) {
 TEST(BrokerOwned, AProviderThatReleasesWhatItGotDoesNotFreeItTwice) {
   BrokerOwned owned;
   CMPIInstance *inst = owned.keep(fan("fan0"));
-  EXPECT_EQ(CMRelease(inst).rc, CMPI_RC_OK);
+  EXPECT_EQ(+CMRelease(inst).rc, CMPI_RC_OK);
   EXPECT_EQ(id_of(inst), "fan0") << "still usable until the request ends";
   EXPECT_EQ(owned.size(), 1u);
   owned.release_all();
@@ -68,7 +68,7 @@ TEST(BrokerOwned, ACloneIsTheCallersOwnObject) {
   ASSERT_NE(copy, nullptr);
   owned.release_all();
   EXPECT_EQ(id_of(copy), "fan0");
-  EXPECT_EQ(CMRelease(copy).rc, CMPI_RC_OK);
+  EXPECT_EQ(+CMRelease(copy).rc, CMPI_RC_OK);
 }
 
 TEST(BrokerOwned, NullAndScalarDataPassThrough) {
@@ -76,7 +76,8 @@ TEST(BrokerOwned, NullAndScalarDataPassThrough) {
   EXPECT_EQ(owned.keep(static_cast<CMPIInstance *>(nullptr)), nullptr);
   CMPIData number = {CMPI_uint32, CMPI_goodValue, {}};
   number.value.uint32 = 7;
-  EXPECT_EQ(owned.keep(number).value.uint32, 7u);
+  const CMPIUint32 kept = owned.keep(number).value.uint32;
+  EXPECT_EQ(kept, 7u);
   CMPIData null = {CMPI_string, CMPI_nullValue, {}};
   owned.keep(null);
   EXPECT_EQ(owned.size(), 0u);
@@ -90,15 +91,17 @@ TEST(BrokerOwned, AnEnumerationHandsOutItsElementsInOrderWithoutCopies) {
   ASSERT_NE(en, nullptr);
   EXPECT_TRUE(CMHasNext(en, nullptr));
   CMPIStatus st = {CMPI_RC_OK, nullptr};
-  EXPECT_EQ(CMGetNext(en, &st).value.inst, first);
-  EXPECT_EQ(st.rc, CMPI_RC_OK);
-  CMPIData next = CMGetNext(en, nullptr);
-  EXPECT_EQ(next.value.inst, second);
-  CMRelease(next.value.inst);  // code written for caller-owned copies releases it: harmless
+  // The records are packed: fields are copied out before the checks bind references to them.
+  const CMPIInstance *got = CMGetNext(en, &st).value.inst;
+  EXPECT_EQ(got, first);
+  EXPECT_EQ(+st.rc, CMPI_RC_OK);
+  CMPIInstance *next = CMGetNext(en, nullptr).value.inst;
+  EXPECT_EQ(next, second);
+  CMRelease(next);  // code written for caller-owned copies releases it: harmless
   EXPECT_FALSE(CMHasNext(en, nullptr));
   CMGetNext(en, &st);
-  EXPECT_EQ(st.rc, CMPI_RC_NO_MORE_ELEMENTS);
-  EXPECT_EQ(CMRelease(en).rc, CMPI_RC_OK);
+  EXPECT_EQ(+st.rc, CMPI_RC_NO_MORE_ELEMENTS);
+  EXPECT_EQ(+CMRelease(en).rc, CMPI_RC_OK);
 }
 
 TEST(BrokerOwned, AnEnumerationsCloneAndArrayAreCopies) {
@@ -107,9 +110,9 @@ TEST(BrokerOwned, AnEnumerationsCloneAndArrayAreCopies) {
   CMGetNext(en, nullptr);
   CMPIEnumeration *copy = CMClone(en, nullptr);
   ASSERT_NE(copy, nullptr);
-  CMPIData rest = CMGetNext(copy, nullptr);
-  EXPECT_EQ(id_of(rest.value.inst), "fan1") << "the clone continues where the original stands";
-  CMRelease(rest.value.inst);
+  CMPIInstance *rest = CMGetNext(copy, nullptr).value.inst;
+  EXPECT_EQ(id_of(rest), "fan1") << "the clone continues where the original stands";
+  CMRelease(rest);
   EXPECT_FALSE(CMHasNext(copy, nullptr));
   CMRelease(copy);
   CMPIArray *array = CMToArray(en, nullptr);
@@ -125,7 +128,7 @@ TEST(BrokerOwned, AnEmptyEnumerationHasNothing) {
   EXPECT_FALSE(CMHasNext(en, nullptr));
   CMPIStatus st = {CMPI_RC_OK, nullptr};
   CMGetNext(en, &st);
-  EXPECT_EQ(st.rc, CMPI_RC_NO_MORE_ELEMENTS);
+  EXPECT_EQ(+st.rc, CMPI_RC_NO_MORE_ELEMENTS);
 }
 
 }  // namespace

@@ -73,7 +73,8 @@ TEST(ResultNames, TheNameOfADecodedInstanceIsMadeFromItsKeyProperties) {
   CMRelease(text);
   EXPECT_EQ(CMGetKeyCount(name, nullptr), 2u);
   CMPIData d = CMGetKey(name, "Slot", nullptr);
-  EXPECT_EQ(d.type, CMPI_uint32) << "a key keeps its type";
+  const CMPIType type = d.type;
+  EXPECT_EQ(type, CMPI_uint32) << "a key keeps its type";
   CMRelease(name);
   CMRelease(inst);
 }
