@@ -29,7 +29,9 @@ CMPIData null_data() {
   return data;
 }
 
-bool names_operation(MiOperation op) {
+// Associators and their names take the association class as such; references and their
+// names take it as the result class.
+bool takes_assoc_class(MiOperation op) {
   return op == MiOperation::kAssociators || op == MiOperation::kAssociatorNames;
 }
 
@@ -363,7 +365,7 @@ CMPIStatus UpcallBroker::run(const CMPIContext *ctx, const CMPIObjectPath *op,
     }
     MiRequest asked = request;
     if (!target.association.empty()) {
-      (names_operation(request.operation) ? asked.assoc_class : asked.result_class) =
+      (takes_assoc_class(request.operation) ? asked.assoc_class : asked.result_class) =
           target.association.c_str();
     }
     CMPIObjectPath *own_path = nullptr;
