@@ -86,9 +86,14 @@ class Enumeration : public DemoTest {
       if (answer.type(i) == CMPI_instance) {
         tags.push_back(Text(answer.instance(i), "Tag"));
       } else {
+        // The key comes as a copy owned by the caller.
         const CMPIData key = CMGetKey(answer.path(i), "Tag", nullptr);
         const CMPIValue value = key.value;
-        tags.push_back(key.type == CMPI_string ? CMGetCharPtr(value.string) : "<no tag>");
+        const CMPIType type = key.type;
+        const CMPIValueState state = key.state;
+        const bool text = type == CMPI_string && (state & CMPI_nullValue) == 0;
+        tags.push_back(text ? CMGetCharPtr(value.string) : "<no tag>");
+        if (text) Release(key);
       }
     }
     return tags;
