@@ -52,26 +52,28 @@ demo::Outcome find_links(demo::StateStore &store, const CMPIObjectPath *op, cons
   if (!outcome.ok()) return outcome;
   const demo::ClassDef &association = *demo::find_class(demo::kChassisFanClass);
   if (!passes(filters.assoc_class, association.name)) return demo::success();
-  std::vector<demo::StoredInstance> all;
-  outcome = store.list(association, &all);
   const std::pair<const char *, const char *> ends[] = {{demo::kGroupRole, demo::kPartRole},
                                                         {demo::kPartRole, demo::kGroupRole}};
-  for (const demo::StoredInstance &candidate : all) {
+  // Only the links are kept, not every association read.
+  outcome = store.each(association, [&](const demo::StoredInstance &candidate) {
     for (const auto &[role, other_role] : ends) {
       const demo::StoredProperty *end = candidate.find(role);
       const demo::StoredProperty *other = candidate.find(other_role);
       const demo::ClassDef *end_class = nullptr;
       std::string end_key;
-      Link link{candidate, nullptr, std::string()};
-      if (!outcome.ok() || end == nullptr || other == nullptr) break;
-      outcome = demo::key_text_of_reference(broker_, *end, &end_class, &end_key);
-      if (!outcome.ok() || end_class != cls || end_key != key) continue;
+      if (end == nullptr || other == nullptr) break;
+      demo::Outcome read = demo::key_text_of_reference(broker_, *end, &end_class, &end_key);
+      if (!read.ok()) return read;
+      if (end_class != cls || end_key != key) continue;
       if (!passes(filters.role, role) || !passes(filters.result_role, other_role)) continue;
-      outcome = demo::key_text_of_reference(broker_, *other, &link.other_class, &link.other_key);
-      if (!outcome.ok() || !passes(filters.result_class, link.other_class->name)) continue;
+      Link link{candidate, nullptr, std::string()};
+      read = demo::key_text_of_reference(broker_, *other, &link.other_class, &link.other_key);
+      if (!read.ok()) return read;
+      if (!passes(filters.result_class, link.other_class->name)) continue;
       links->push_back(std::move(link));
     }
-  }
+    return demo::success();
+  });
   return outcome;
 }
 

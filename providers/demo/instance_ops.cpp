@@ -89,12 +89,13 @@ Outcome enumerate_instance_names(const CMPIBroker *broker, const CMPIResult *res
   Outcome outcome = class_of_path(op, &cls);
   StateStore store;
   if (outcome.ok()) outcome = store.open(broker);
-  std::vector<StoredInstance> instances;
-  if (outcome.ok()) outcome = store.list(*cls, &instances);
-  for (const StoredInstance &stored : instances) {
-    if (!outcome.ok()) break;
-    CMPIObjectPath *path = path_of(broker, *cls, stored, &outcome);
-    if (path != nullptr) return_path(result, path);
+  if (outcome.ok()) {
+    outcome = store.each(*cls, [&](const StoredInstance &stored) {
+      Outcome made = success();
+      CMPIObjectPath *path = path_of(broker, *cls, stored, &made);
+      if (path != nullptr) return_path(result, path);
+      return made;
+    });
   }
   if (outcome.ok()) CMReturnDone(result);
   return outcome;
@@ -104,12 +105,13 @@ Outcome enumerate_instances(const CMPIBroker *broker, const CMPIResult *result, 
                            const char **properties) {
   StateStore store;
   Outcome outcome = store.open(broker);
-  std::vector<StoredInstance> instances;
-  if (outcome.ok()) outcome = store.list(cls, &instances);
-  for (const StoredInstance &stored : instances) {
-    if (!outcome.ok()) break;
-    CMPIInstance *inst = instance_of(broker, cls, stored, properties, &outcome);
-    if (inst != nullptr) return_instance(result, inst);
+  if (outcome.ok()) {
+    outcome = store.each(cls, [&](const StoredInstance &stored) {
+      Outcome made = success();
+      CMPIInstance *inst = instance_of(broker, cls, stored, properties, &made);
+      if (inst != nullptr) return_instance(result, inst);
+      return made;
+    });
   }
   if (outcome.ok()) CMReturnDone(result);
   return outcome;
@@ -215,22 +217,24 @@ Outcome exec_query(const CMPIBroker *broker, const CMPIResult *result, const CMP
   projection.push_back(nullptr);
   StateStore store;
   outcome = store.open(broker);
-  std::vector<StoredInstance> instances;
-  if (outcome.ok()) outcome = store.list(*cls, &instances);
-  for (const StoredInstance &stored : instances) {
-    if (!outcome.ok()) break;
-    CMPIInstance *inst = instance_of(broker, *cls, stored, nullptr, &outcome);
-    if (inst == nullptr) break;
-    if (!matches(query, inst)) {
-      CMRelease(inst);
-      continue;
-    }
-    if (!query.properties.empty()) {
-      CMRelease(inst);
-      inst = instance_of(broker, *cls, stored, projection.data(), &outcome);
-      if (inst == nullptr) break;
-    }
-    return_instance(result, inst);
+  if (outcome.ok()) {
+    // The condition is evaluated on the whole instance, then the selected properties are taken.
+    outcome = store.each(*cls, [&](const StoredInstance &stored) {
+      Outcome made = success();
+      CMPIInstance *inst = instance_of(broker, *cls, stored, nullptr, &made);
+      if (inst == nullptr) return made;
+      if (!matches(query, inst)) {
+        CMRelease(inst);
+        return made;
+      }
+      if (!query.properties.empty()) {
+        CMRelease(inst);
+        inst = instance_of(broker, *cls, stored, projection.data(), &made);
+        if (inst == nullptr) return made;
+      }
+      return_instance(result, inst);
+      return made;
+    });
   }
   if (outcome.ok()) CMReturnDone(result);
   return outcome;

@@ -169,13 +169,17 @@ Outcome StateStore::commit() {
   return success();
 }
 
-Outcome StateStore::list(const ClassDef &cls, std::vector<StoredInstance> *instances) {
-  instances->clear();
+Outcome StateStore::each(const ClassDef &cls, const Visitor &visit) {
+  // One row per stored property (or one row with NULLs for an instance without any), the rows
+  // of one instance together, instances in the order of creation. The unary + keeps SQLite from
+  // searching DemoInstance by its (ClassName, InstanceKey) key, which would need the whole
+  // result sorted by rowid before the first row comes out; a scan in rowid order needs no sort,
+  // so each row is read only when it is asked for.
   Statement query(db_,
                   "SELECT i.InstanceKey, p.Name, p.Value FROM DemoInstance i"
                   " LEFT JOIN DemoProperty p"
                   " ON p.ClassName = i.ClassName AND p.InstanceKey = i.InstanceKey"
-                  " WHERE i.ClassName = ? ORDER BY i.rowid");
+                  " WHERE +i.ClassName = ? ORDER BY i.rowid");
   if (!query.prepared()) return error("the demo state cannot be read");
   query.bind(1, std::string(cls.name));
   std::string key;
@@ -183,21 +187,35 @@ Outcome StateStore::list(const ClassDef &cls, std::vector<StoredInstance> *insta
   bool any = false;
   int rc = SQLITE_ROW;
   while ((rc = query.step()) == SQLITE_ROW) {
-    const std::string row_key = query.text(0);
+    std::string row_key = query.text(0);
     if (any && row_key != key) {
-      instances->push_back(assemble(cls, key, values));
+      // The first row of the next instance: the previous one is complete.
+      Outcome visited = visit(assemble(cls, key, values));
+      if (!visited.ok()) return visited;
       values.clear();
     }
     any = true;
-    key = row_key;
+    key = std::move(row_key);
     if (query.is_null(1)) continue;  // an instance without property rows
     std::optional<std::string> value;
     if (!query.is_null(2)) value = query.text(2);
     values[query.text(1)] = std::move(value);
   }
   if (rc != SQLITE_DONE) return error("the demo state cannot be read");
-  if (any) instances->push_back(assemble(cls, key, values));
+  if (any) return visit(assemble(cls, key, values));
   return success();
+}
+
+Outcome StateStore::list(const ClassDef &cls, std::vector<StoredInstance> *instances) {
+  instances->clear();
+  std::vector<StoredInstance> read;
+  Outcome outcome = each(cls, [&read](const StoredInstance &instance) {
+    read.push_back(instance);
+    return success();
+  });
+  // All or nothing, as before the walk existed.
+  if (outcome.ok()) instances->swap(read);
+  return outcome;
 }
 
 Outcome StateStore::find(const ClassDef &cls, const std::string &key, StoredInstance *instance,

@@ -22,6 +22,7 @@
 
 #include <cmpidt.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -52,7 +53,18 @@ class StateStore {
   Outcome begin();
   Outcome commit();
 
-  // Every instance of cls in the order of creation.
+  // Called with each instance in turn; a failure stops the walk and is its outcome.
+  using Visitor = std::function<Outcome(const StoredInstance &)>;
+
+  // Walks every instance of cls in the order of creation, handing each to visit as soon as its
+  // rows have been read, so that a caller can return it before the next one is read. Stops at
+  // the first visit that fails and returns that outcome; a read failure part-way (after some
+  // instances were visited) returns CMPI_RC_ERR_FAILED "the demo state cannot be read: ...".
+  // The read statement is finalized on every way out. While visit runs the statement is open
+  // and holds the file's shared lock: visit may read the store but must not write it, and
+  // writers in other processes wait (busy time-out) until the walk ends.
+  Outcome each(const ClassDef &cls, const Visitor &visit);
+  // Every instance of cls in the order of creation, all read before returning.
   Outcome list(const ClassDef &cls, std::vector<StoredInstance> *instances);
   // The instance of cls with the key text key; *found tells whether there is one.
   Outcome find(const ClassDef &cls, const std::string &key, StoredInstance *instance, bool *found);
