@@ -4,7 +4,7 @@
 // are keys, so a client that needs the instance's name (the names operations) asks here. The
 // database is read-only and read lazily, one class at a time, each answer remembered: the key
 // properties a class declares itself (Tbl_ClassProperty.IsKey) and those its superclasses
-// declare (Tbl_Class.SuperClass, followed at most 64 steps). A database that cannot be read, or
+// declare (Tbl_Class.SuperClass, schema_rows.h). A database that cannot be read, or
 // a class it does not list, has no keys.
 #ifndef CMPI_WIRE_CLASS_KEYS_H
 #define CMPI_WIRE_CLASS_KEYS_H

@@ -34,12 +34,17 @@ CMPIArray *string_array(const std::vector<std::string> &texts) {
   return array;
 }
 
-CMPIInstance *parameter_instance(const ClassDefinition &definition, const MethodParameter &p) {
-  CMPIObjectPath *path =
-      makeNewObjectPath(definition.name_space.c_str(), kMethodParameterClass, nullptr);
+// An empty instance of one of the helper classes, in the class's namespace (NULL without memory).
+CMPIInstance *helper_instance(const ClassDefinition &definition, const char *helper_class) {
+  CMPIObjectPath *path = makeNewObjectPath(definition.name_space.c_str(), helper_class, nullptr);
   if (path == nullptr) return nullptr;
   CMPIInstance *inst = makeNewCMPIInstance(path, nullptr);
   CMRelease(path);
+  return inst;
+}
+
+CMPIInstance *parameter_instance(const ClassDefinition &definition, const MethodParameter &p) {
+  CMPIInstance *inst = helper_instance(definition, kMethodParameterClass);
   if (inst == nullptr) return nullptr;
   CMPIUint16 type = static_cast<CMPIUint16>(p.data_type);
   bool ok = CMSetProperty(inst, "MethodName", p.method.c_str(), CMPI_chars).rc == CMPI_RC_OK &&
@@ -55,11 +60,7 @@ CMPIInstance *parameter_instance(const ClassDefinition &definition, const Method
 
 // A property's default: "Name" (string) and "Value" (the default, of the property's type).
 CMPIInstance *default_instance(const ClassDefinition &definition, const PropertyDefault &d) {
-  CMPIObjectPath *path =
-      makeNewObjectPath(definition.name_space.c_str(), kPropertyDefaultClass, nullptr);
-  if (path == nullptr) return nullptr;
-  CMPIInstance *inst = makeNewCMPIInstance(path, nullptr);
-  CMRelease(path);
+  CMPIInstance *inst = helper_instance(definition, kPropertyDefaultClass);
   if (inst == nullptr) return nullptr;
   PropertyDefault value = d;
   value.property = "Value";

@@ -3,57 +3,16 @@
 
 #include <cmpiinterface.h>
 #include <cmpimacs.h>
-#include <sqlite3.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <limits>
 #include <memory>
 
+#include "schema_rows.h"
+
 namespace hostd {
 namespace {
-
-struct DatabaseClose {
-  void operator()(sqlite3 *db) const { sqlite3_close(db); }
-};
-struct StatementFinalize {
-  void operator()(sqlite3_stmt *stmt) const { sqlite3_finalize(stmt); }
-};
-
-std::string lower(std::string text) {
-  for (char &c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
-
-std::string text_at(sqlite3_stmt *stmt, int column) {
-  const unsigned char *text = sqlite3_column_text(stmt, column);
-  return text != nullptr ? reinterpret_cast<const char *>(text) : "";
-}
-
-// The superclass chain of class_name, farthest first, the class itself last.
-std::vector<std::string> chain_of(sqlite3 *db, const std::string &class_name) {
-  std::vector<std::string> chain{class_name};
-  sqlite3_stmt *raw = nullptr;
-  if (sqlite3_prepare_v2(db, "SELECT SuperClass FROM Tbl_Class WHERE ClassName = ?1 COLLATE NOCASE",
-                         -1, &raw, nullptr) != SQLITE_OK) {
-    return chain;
-  }
-  std::unique_ptr<sqlite3_stmt, StatementFinalize> stmt(raw);
-  for (int depth = 0; depth < 64; ++depth) {
-    sqlite3_reset(raw);
-    sqlite3_bind_text(raw, 1, chain.back().c_str(), -1, SQLITE_TRANSIENT);
-    if (sqlite3_step(raw) != SQLITE_ROW) break;
-    const std::string up = text_at(raw, 0);
-    if (up.empty()) break;
-    const bool seen = std::any_of(chain.begin(), chain.end(),
-                                  [&](const std::string &c) { return lower(c) == lower(up); });
-    if (seen) break;
-    chain.push_back(up);
-  }
-  std::reverse(chain.begin(), chain.end());
-  return chain;
-}
 
 bool fits_integer(const Json::Value &v, long double low, long double high) {
   if (!v.isNumeric()) return false;
@@ -172,39 +131,33 @@ bool set_default(CMPIInstance *inst, const PropertyDefault &d) {
 std::vector<PropertyDefault> load_class_defaults(const std::string &path,
                                                  const std::string &class_name) {
   std::vector<PropertyDefault> defaults;
-  sqlite3 *raw = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-    sqlite3_close(raw);
-    return defaults;
-  }
-  std::unique_ptr<sqlite3, DatabaseClose> db(raw);
-  sqlite3_busy_timeout(raw, 2000);
-  sqlite3_stmt *rows = nullptr;
-  if (sqlite3_prepare_v2(raw,
-                         "SELECT PropertyName, DataType, DefaultValue FROM Tbl_ClassProperty "
-                         "WHERE ClassName = ?1 COLLATE NOCASE ORDER BY Position",
-                         -1, &rows, nullptr) != SQLITE_OK) {
+  wire::SchemaDatabase db;
+  std::string why;
+  if (!db.open(path, &why)) return defaults;
+  wire::SchemaQuery rows;
+  if (!rows.prepare(db.get(),
+                    "SELECT PropertyName, DataType, DefaultValue FROM Tbl_ClassProperty "
+                    "WHERE ClassName = ?1 COLLATE NOCASE ORDER BY Position")) {
     return defaults;  // a database without the DefaultValue column
   }
-  std::unique_ptr<sqlite3_stmt, StatementFinalize> stmt(rows);
   Json::CharReaderBuilder builder;
   std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  for (const std::string &cls : chain_of(raw, class_name)) {
-    sqlite3_reset(rows);
-    sqlite3_bind_text(rows, 1, cls.c_str(), -1, SQLITE_TRANSIENT);
-    while (sqlite3_step(rows) == SQLITE_ROW) {
-      const std::string name = text_at(rows, 0);
+  for (const std::string &cls : wire::superclass_chain(db.get(), class_name)) {
+    rows.bind(cls);
+    while (rows.step()) {
+      const std::string name = rows.text(0);
       // A redeclared property replaces what it inherits, default or not.
+      const std::string key = wire::lower_name(name);
       defaults.erase(std::remove_if(defaults.begin(), defaults.end(),
                                     [&](const PropertyDefault &d) {
-                                      return lower(d.property) == lower(name);
+                                      return wire::lower_name(d.property) == key;
                                     }),
                      defaults.end());
-      if (sqlite3_column_type(rows, 2) == SQLITE_NULL) continue;
-      const std::string text = text_at(rows, 2);
+      if (rows.is_null(2)) continue;
+      const std::string text = rows.text(2);
       PropertyDefault d;
       d.property = name;
-      d.type = static_cast<CMPIType>(sqlite3_column_int(rows, 1));
+      d.type = static_cast<CMPIType>(rows.integer(1));
       std::string errors;
       if (!reader->parse(text.data(), text.data() + text.size(), &d.value, &errors)) continue;
       if (d.value.isNull()) continue;

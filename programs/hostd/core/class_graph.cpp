@@ -1,41 +1,21 @@
 // class_graph.cpp - reading and walking the class hierarchy.
 #include "class_graph.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
-#include <cctype>
-#include <memory>
 
 namespace hostd {
 namespace {
-
-struct DatabaseClose {
-  void operator()(sqlite3 *db) const { sqlite3_close(db); }
-};
-struct StatementFinalize {
-  void operator()(sqlite3_stmt *stmt) const { sqlite3_finalize(stmt); }
-};
-
-std::string column_text(sqlite3_stmt *stmt, int column) {
-  const unsigned char *text = sqlite3_column_text(stmt, column);
-  return text != nullptr ? reinterpret_cast<const char *>(text) : "";
-}
 
 // Runs sql and hands each row to row(). A statement that cannot be prepared (an older database
 // without the table or column) reads as no rows; a failing step is a failure.
 template <class Row>
 bool read_rows(sqlite3 *db, const char *sql, Row row, std::string *why) {
-  sqlite3_stmt *raw = nullptr;
-  if (sqlite3_prepare_v2(db, sql, -1, &raw, nullptr) != SQLITE_OK) return true;
-  std::unique_ptr<sqlite3_stmt, StatementFinalize> stmt(raw);
-  int rc;
-  while ((rc = sqlite3_step(raw)) == SQLITE_ROW) row(raw);
-  if (rc != SQLITE_DONE) {
-    *why = std::string("cannot read the class hierarchy: ") + sqlite3_errmsg(db);
-    return false;
-  }
-  return true;
+  wire::SchemaQuery query;
+  if (!query.prepare(db, sql)) return true;
+  bool failed = false;
+  while (query.step(&failed)) row(query);
+  if (failed) *why = std::string("cannot read the class hierarchy: ") + sqlite3_errmsg(db);
+  return !failed;
 }
 
 bool less_name(const std::string &a, const std::string &b) {
@@ -44,42 +24,29 @@ bool less_name(const std::string &a, const std::string &b) {
 
 }  // namespace
 
-std::string lower_name(const std::string &name) {
-  std::string lower = name;
-  for (char &c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return lower;
-}
-
 bool ClassGraph::load(const std::string &path, std::string *why) {
-  sqlite3 *raw = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-    *why = "cannot open " + path + ": " + (raw != nullptr ? sqlite3_errmsg(raw) : "out of memory");
-    sqlite3_close(raw);
-    return false;
-  }
-  std::unique_ptr<sqlite3, DatabaseClose> db(raw);
-  sqlite3_busy_timeout(raw, 2000);
+  wire::SchemaDatabase db;
+  if (!db.open(path, why)) return false;
   nodes_.clear();
   return read_rows(
-             raw, "SELECT ClassName, SuperClass, IsAssociation FROM Tbl_Class",
-             [this](sqlite3_stmt *row) {
-               add_class(column_text(row, 0), column_text(row, 1),
-                         sqlite3_column_int(row, 2) != 0);
+             db.get(), "SELECT ClassName, SuperClass, IsAssociation FROM Tbl_Class",
+             [this](const wire::SchemaQuery &row) {
+               add_class(row.text(0), row.text(1), row.integer(2) != 0);
              },
              why) &&
          read_rows(
-             raw,
+             db.get(),
              "SELECT ClassName, PropertyName, ReferenceClass FROM Tbl_ClassProperty "
              "WHERE DataType IN (4352, 12544) ORDER BY Position",
-             [this](sqlite3_stmt *row) {
-               add_reference(column_text(row, 0), column_text(row, 1), column_text(row, 2));
+             [this](const wire::SchemaQuery &row) {
+               add_reference(row.text(0), row.text(1), row.text(2));
              },
              why) &&
          read_rows(
-             raw,
+             db.get(),
              "SELECT ClassName FROM Tbl_ClassMetadata WHERE ProviderName IS NOT NULL AND "
              "ProviderName != ''",
-             [this](sqlite3_stmt *row) { add_provider(column_text(row, 0)); }, why);
+             [this](const wire::SchemaQuery &row) { add_provider(row.text(0)); }, why);
 }
 
 ClassGraph::Node &ClassGraph::node_for(const std::string &name) {

@@ -16,11 +16,13 @@
 #include <string>
 #include <vector>
 
+#include "schema_rows.h"
+
 namespace hostd {
 
 class ClassGraph {
  public:
-  static constexpr int kMaxDepth = 64;
+  static constexpr int kMaxDepth = wire::kMaxChain;
 
   struct Reference {
     std::string property;
@@ -75,7 +77,7 @@ class ClassGraph {
   std::map<std::string, Node> nodes_;  // by lower-case name
 };
 
-std::string lower_name(const std::string &name);
+using wire::lower_name;
 
 }  // namespace hostd
 
