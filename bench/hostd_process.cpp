@@ -63,11 +63,43 @@ constexpr const char kCopyKey[] =
     "'DeviceID=\"' || printf('copy%05d', i) || '\",SystemName=\"bmc0\"'";
 constexpr const char kFan0Key[] = "'DeviceID=\"fan0\",SystemName=\"bmc0\"'";
 
+// Registers the classes of the MOF file at mof in the database at db with the built cmpi-mof.
+bool register_mof(const std::string &db, const std::string &mof, std::string *error) {
+  const std::string command =
+      std::string(MOF_BINARY) + " --database '" + db + "' '" + mof + "' >/dev/null 2>&1";
+  if (system(command.c_str()) != 0) {
+    *error = "cmpi-mof could not register " + mof + " into " + db;
+    return false;
+  }
+  return true;
+}
+
+// Makes the provider directory dir with links to the demo provider and the benchmark provider.
+bool link_providers(const std::string &dir, std::string *error) {
+  std::error_code failed;
+  std::filesystem::create_directory(dir, failed);
+  const std::filesystem::path demo = DEMO_PROVIDER_DIR;
+  for (const auto &entry : std::filesystem::directory_iterator(demo, failed)) {
+    const std::string name = entry.path().filename().string();
+    if (name.size() > 3 && name.compare(name.size() - 3, 3, ".so") == 0) {
+      std::filesystem::create_symlink(entry.path(), dir + name, failed);
+    }
+  }
+  const std::filesystem::path item = BENCH_ITEM_PROVIDER;
+  if (!failed) std::filesystem::create_symlink(item, dir + item.filename().string(), failed);
+  if (failed) {
+    *error = "the provider directory " + dir + " cannot be made: " + failed.message();
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 HostdProcess::~HostdProcess() { stop(); }
 
-bool HostdProcess::start(std::string *error, const std::vector<std::string> &extra_options) {
+bool HostdProcess::start(std::string *error, const std::vector<std::string> &extra_options,
+                         const std::vector<std::string> &extra_environment) {
   char name[] = "/tmp/cmpi-bench-XXXXXX";
   if (mkdtemp(name) == nullptr) {
     *error = std::string("mkdtemp: ") + strerror(errno);
@@ -76,12 +108,13 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
   dir_ = name;
   socket_ = dir_ + "/hostd.sock";
   schema_db_ = dir_ + "/schema.db";
-  provider_dir_ = std::string(DEMO_PROVIDER_DIR) + "/";
+  provider_dir_ = dir_ + "/providers/";
   state_file_ = dir_ + "/demo-state.db";
   log_file_ = dir_ + "/hostd.log";
   const std::string share = SHARE_DIR;
   if (!run_sql(schema_db_, read_file(share + "/schema.sql"), error) ||
-      !run_sql(schema_db_, read_file(share + "/demo-classes.sql"), error)) {
+      !run_sql(schema_db_, read_file(share + "/demo-classes.sql"), error) ||
+      !register_mof(schema_db_, BENCH_MOF, error) || !link_providers(provider_dir_, error)) {
     return false;
   }
   // BENCH_UNLOAD_NEVER=1 marks the demo classes UnloadNever: a worker keeps the provider loaded.
@@ -111,6 +144,7 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
     if (getppid() != parent) _exit(127);
     setenv("DLOG_OUTPUT", log_file_.c_str(), 1);
     setenv("CMPI_DEMO_STATE", state_file_.c_str(), 1);
+    for (const std::string &assignment : extra_environment) putenv(strdup(assignment.c_str()));
     const int null_fd = open("/dev/null", O_RDWR);
     dup2(null_fd, STDIN_FILENO);
     dup2(null_fd, STDOUT_FILENO);
@@ -207,6 +241,7 @@ ProcessMemory process_memory(pid_t pid) {
     long *field = nullptr;
     if (line.compare(0, 6, "VmRSS:") == 0) field = &memory.resident_kib;
     if (line.compare(0, 8, "RssAnon:") == 0) field = &memory.anonymous_kib;
+    if (line.compare(0, 6, "VmHWM:") == 0) field = &memory.peak_kib;
     if (field != nullptr) *field = strtol(line.c_str() + line.find(':') + 1, nullptr, 10);
   }
   return memory;

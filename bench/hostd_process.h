@@ -1,6 +1,7 @@
 // hostd_process.h - a cmpi-hostd for the end-to-end benchmark: a temporary directory with a
-// schema database (share/schema.sql + share/demo-classes.sql), a provider directory holding the
-// demo provider, the demo's state file, and the daemon running in the foreground on a socket in
+// schema database (share/schema.sql + share/demo-classes.sql + the benchmark class of
+// bench/provider/bench.mof, registered with cmpi-mof), a provider directory holding the demo
+// provider and the benchmark provider (BenchItem), the demo's state file, and the daemon running in the foreground on a socket in
 // that directory. Everything goes away with the object (the daemon is stopped with SIGTERM).
 // The daemon is the one built with the benchmark, or the program named by the environment
 // variable BENCH_HOSTD (another build, e.g. of an earlier design, to compare in the same run).
@@ -24,9 +25,11 @@ class HostdProcess {
   HostdProcess &operator=(const HostdProcess &) = delete;
 
   // Makes the directory and starts the daemon (log level 3, its log in the directory) with the
-  // extra command-line options after the fixed ones, e.g. {"--worker-requests", "1"}; returns
-  // once the daemon says it listens. On failure *error says why.
-  bool start(std::string *error, const std::vector<std::string> &extra_options = {});
+  // extra command-line options after the fixed ones, e.g. {"--worker-requests", "1"}, and the
+  // extra environment ("NAME=value", e.g. "BENCH_ITEM_COUNT=100000"); returns once the daemon
+  // says it listens. On failure *error says why.
+  bool start(std::string *error, const std::vector<std::string> &extra_options = {},
+             const std::vector<std::string> &extra_environment = {});
   // SIGTERM, wait (SIGKILL after 15 s); removes the directory.
   void stop();
 
@@ -54,11 +57,12 @@ class HostdProcess {
   size_t copies_ = 0;
 };
 
-// The resident memory of a process in KiB (VmRSS and RssAnon of /proc/<pid>/status); -1 each
-// when the process is gone.
+// The resident memory of a process in KiB (VmRSS, RssAnon and the peak VmHWM of
+// /proc/<pid>/status); -1 each when the process is gone.
 struct ProcessMemory {
   long resident_kib = -1;
   long anonymous_kib = -1;
+  long peak_kib = -1;
 };
 ProcessMemory process_memory(pid_t pid);
 

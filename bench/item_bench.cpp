@@ -1,0 +1,306 @@
+// item_bench: cmpi-hostd serving the benchmark provider (class Bench_Item, instances computed
+// without storage, bench/provider/), against the bare cost of moving the same bytes over
+// AF_UNIX. The provider does almost nothing, so the figures are those of the host and the
+// library.
+//
+//   Item/GetInstance               GetInstance of item000042 through the warm daemon, one
+//                                  request after another: p50_us, p99_us, requests per second
+//   Item/GetInstanceBare           a bare connect/send/receive of the same bytes (the floor)
+//   Item/GetInstanceConcurrent/threads:<t>
+//                                  <t> clients at once (requests per second over the wall clock)
+//   Item/GetInstanceBareConcurrent/threads:<t>
+//                                  the same with bare exchanges (the floor)
+//   Item/Enumerate/<n>             EnumerateInstances of <n> items through the daemon into a
+//                                  client array (the library's tokenizer)
+//   Item/EnumerateDaemonOnly/<n>   the same request, read by a bare client that only counts bytes
+//   Item/EnumerateClientOnly/<n>   the library client against a canned server with the daemon's
+//                                  bytes for <n>
+//   Item/EnumerateBare/<n>         a bare connect/send/receive of those bytes (the floor)
+//
+// Every size of enumeration gets its own daemon (BENCH_ITEM_COUNT=<n> in its environment), so
+// its peak memory counters (peak_front_kib, peak_workers_kib: VmHWM of the front and of its
+// workers after the runs, and rss_*_kib, the resident memory then) belong to that size alone.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <cmpimacs.h>
+#include <cmpiutility/records.h>
+#include <cmpiutility/request.h>
+
+#include "bench_main.h"
+#include "canned_server.h"
+#include "e2e_client.h"
+#include "e2e_environment.h"
+#include "hostd_process.h"
+
+namespace {
+
+using bench::Clock;
+using bench::HostdProcess;
+
+// One daemon serving count items, its canned twin and the captured answers.
+struct ItemDaemon {
+  HostdProcess hostd;
+  bench::CannedServer canned;
+  std::string error;
+  std::string get_frame;
+  std::string enum_frame;
+  std::string get_answer;
+  std::string enum_answer;
+};
+
+std::mutex g_mutex;
+std::map<size_t, std::unique_ptr<ItemDaemon>> g_daemons;
+
+constexpr size_t kGetDaemon = 10000;
+
+// The daemon serving count items, started (and its answers captured) on first use.
+ItemDaemon &daemon_for(size_t count) {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  std::unique_ptr<ItemDaemon> &slot = g_daemons[count];
+  if (slot) return *slot;
+  slot = std::make_unique<ItemDaemon>();
+  ItemDaemon &d = *slot;
+  const std::string user = bench::current_user();
+  CMPIObjectPath *item = makeNewObjectPath("root/cimv2", "Bench_Item", nullptr);
+  CMAddKey(item, "Id", "item000042", CMPI_chars);
+  d.get_frame = bench::request_frame(GETINST, user, item);
+  d.enum_frame = bench::request_frame(
+      ENUMINST, user, makeNewObjectPath("root/cimv2", "Bench_Item", nullptr));
+  if (d.get_frame.empty() || d.enum_frame.empty()) {
+    d.error = "the request frames cannot be made";
+    return d;
+  }
+  if (!d.hostd.start(&d.error, {}, {"BENCH_ITEM_COUNT=" + std::to_string(count)})) return d;
+  if (!d.canned.start(d.hostd.directory() + "/canned.sock", &d.error)) return d;
+  if (!bench::get_instance(d.hostd.socket(), d.get_frame, &d.get_answer)) {
+    d.error = "GetInstance of item000042 through cmpi-hostd failed (log in " +
+              d.hostd.directory() + ", BENCH_KEEP=1 keeps it)";
+  }
+  return d;
+}
+
+ItemDaemon *ready_daemon(benchmark::State &state, size_t count) {
+  ItemDaemon &d = daemon_for(count);
+  if (!d.error.empty()) {
+    state.SkipWithError(d.error.c_str());
+    return nullptr;
+  }
+  return &d;
+}
+
+// The daemon's answer to the enumeration of all its items, captured once.
+const std::string *enumeration_answer(benchmark::State &state, ItemDaemon &d, size_t count) {
+  if (d.enum_answer.empty()) {
+    const long got = bench::enumerate(d.hostd.socket(), d.enum_frame, &d.enum_answer);
+    if (got != static_cast<long>(count)) {
+      d.enum_answer.clear();
+      const std::string error = "the enumeration gave " + std::to_string(got) + " items, not " +
+                                std::to_string(count);
+      state.SkipWithError(error.c_str());
+      return nullptr;
+    }
+  }
+  return &d.enum_answer;
+}
+
+// The memory of a daemon's front and workers (its children), in KiB.
+void memory_counters(benchmark::State &state, const HostdProcess &hostd) {
+  const bench::ProcessMemory front = bench::process_memory(hostd.pid());
+  long peak_workers = 0;
+  long rss_workers = 0;
+  for (pid_t worker : bench::child_processes(hostd.pid())) {
+    const bench::ProcessMemory m = bench::process_memory(worker);
+    peak_workers += std::max(0L, m.peak_kib);
+    rss_workers += std::max(0L, m.resident_kib);
+  }
+  state.counters["peak_front_kib"] = static_cast<double>(front.peak_kib);
+  state.counters["peak_workers_kib"] = static_cast<double>(peak_workers);
+  state.counters["rss_front_kib"] = static_cast<double>(front.resident_kib);
+  state.counters["rss_workers_kib"] = static_cast<double>(rss_workers);
+}
+
+// ---- GetInstance -------------------------------------------------------------------------------
+
+void GetInstance(benchmark::State &state) {
+  ItemDaemon *d = ready_daemon(state, kGetDaemon);
+  if (d == nullptr) return;
+  bench::time_requests(state, 1, d->get_answer,
+                       [&] { return bench::get_instance(d->hostd.socket(), d->get_frame); });
+  memory_counters(state, d->hostd);
+}
+
+void GetInstanceBare(benchmark::State &state) {
+  ItemDaemon *d = ready_daemon(state, kGetDaemon);
+  if (d == nullptr) return;
+  d->canned.set_answer(d->get_answer);
+  const long expected = static_cast<long>(d->get_answer.size());
+  bench::time_requests(state, 1, d->get_answer, [&] {
+    return bench::bare_exchange(d->canned.path(), d->get_frame) == expected;
+  });
+}
+
+// The latencies of every thread of the running concurrent benchmark (see e2e_workers_bench.cpp:
+// thread 0 sizes it before the timing loop and reads it after; each thread writes its own).
+std::vector<std::vector<double>> g_thread_latencies;
+
+void concurrent(benchmark::State &state, bool bare) {
+  const bool first = state.thread_index() == 0;
+  ItemDaemon &d = daemon_for(kGetDaemon);
+  if (first) {
+    g_thread_latencies.assign(static_cast<size_t>(state.threads()), std::vector<double>());
+    if (d.error.empty()) d.canned.set_answer(d.get_answer);
+  }
+  if (!d.error.empty()) {
+    if (first) state.SkipWithError(d.error.c_str());
+    for (auto _ : state) {
+    }
+    return;
+  }
+  const std::string &socket = bare ? d.canned.path() : d.hostd.socket();
+  const long expected = static_cast<long>(d.get_answer.size());
+  std::vector<double> latencies;
+  latencies.reserve(static_cast<size_t>(state.max_iterations));
+  bool failed = false;
+  for (auto _ : state) {
+    if (failed) continue;
+    const Clock::time_point start = Clock::now();
+    const bool ok = bare ? bench::bare_exchange(socket, d.get_frame) == expected
+                         : bench::get_instance(socket, d.get_frame);
+    latencies.push_back(std::chrono::duration<double>(Clock::now() - start).count());
+    if (!ok) {
+      state.SkipWithError("request failed or incomplete");
+      failed = true;
+    }
+    if (latencies.size() == static_cast<size_t>(state.max_iterations)) {
+      g_thread_latencies[static_cast<size_t>(state.thread_index())].swap(latencies);
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+  if (!first) return;
+  std::vector<double> all;
+  for (const std::vector<double> &each : g_thread_latencies) {
+    all.insert(all.end(), each.begin(), each.end());
+  }
+  if (all.empty()) return;
+  std::sort(all.begin(), all.end());
+  state.counters["p50_us"] = bench::median(all) * 1e6;
+  state.counters["p99_us"] = bench::percentile99(all) * 1e6;
+}
+
+void GetInstanceConcurrent(benchmark::State &state) { concurrent(state, false); }
+void GetInstanceBareConcurrent(benchmark::State &state) { concurrent(state, true); }
+
+// ---- EnumerateInstances ------------------------------------------------------------------------
+
+void Enumerate(benchmark::State &state) {
+  const size_t count = static_cast<size_t>(state.range(0));
+  ItemDaemon *d = ready_daemon(state, count);
+  if (d == nullptr) return;
+  const std::string *answer = enumeration_answer(state, *d, count);
+  if (answer == nullptr) return;
+  bench::time_requests(state, count, *answer, [&] {
+    return bench::enumerate(d->hostd.socket(), d->enum_frame) == static_cast<long>(count);
+  });
+  memory_counters(state, d->hostd);
+}
+
+void EnumerateDaemonOnly(benchmark::State &state) {
+  const size_t count = static_cast<size_t>(state.range(0));
+  ItemDaemon *d = ready_daemon(state, count);
+  if (d == nullptr) return;
+  const std::string *answer = enumeration_answer(state, *d, count);
+  if (answer == nullptr) return;
+  const long expected = static_cast<long>(answer->size());
+  bench::time_requests(state, count, *answer, [&] {
+    return bench::bare_exchange(d->hostd.socket(), d->enum_frame) == expected;
+  });
+  memory_counters(state, d->hostd);
+}
+
+void EnumerateClientOnly(benchmark::State &state) {
+  const size_t count = static_cast<size_t>(state.range(0));
+  ItemDaemon *d = ready_daemon(state, count);
+  if (d == nullptr) return;
+  const std::string *answer = enumeration_answer(state, *d, count);
+  if (answer == nullptr) return;
+  d->canned.set_answer(*answer);
+  bench::time_requests(state, count, *answer, [&] {
+    return bench::enumerate(d->canned.path(), d->enum_frame) == static_cast<long>(count);
+  });
+}
+
+void EnumerateBare(benchmark::State &state) {
+  const size_t count = static_cast<size_t>(state.range(0));
+  ItemDaemon *d = ready_daemon(state, count);
+  if (d == nullptr) return;
+  const std::string *answer = enumeration_answer(state, *d, count);
+  if (answer == nullptr) return;
+  d->canned.set_answer(*answer);
+  const long expected = static_cast<long>(answer->size());
+  bench::time_requests(state, count, *answer, [&] {
+    return bench::bare_exchange(d->canned.path(), d->enum_frame) == expected;
+  });
+}
+
+void stop_daemons() {
+  std::lock_guard<std::mutex> lock(g_mutex);
+  g_daemons.clear();
+}
+
+int register_benchmarks() {
+  using benchmark::RegisterBenchmark;
+  RegisterBenchmark("Item/GetInstance", GetInstance)
+      ->Iterations(2000)
+      ->UseManualTime()
+      ->Unit(benchmark::kMicrosecond);
+  RegisterBenchmark("Item/GetInstanceBare", GetInstanceBare)
+      ->Iterations(4000)
+      ->UseManualTime()
+      ->Unit(benchmark::kMicrosecond);
+  // With 8 clients the iterations are per thread: 8,000 requests in all.
+  const int kThreads[][2] = {{1, 4000}, {8, 1000}};
+  for (const auto &t : kThreads) {
+    RegisterBenchmark("Item/GetInstanceConcurrent", GetInstanceConcurrent)
+        ->Threads(t[0])
+        ->Iterations(t[1])
+        ->UseRealTime()
+        ->Unit(benchmark::kMicrosecond);
+    RegisterBenchmark("Item/GetInstanceBareConcurrent", GetInstanceBareConcurrent)
+        ->Threads(t[0])
+        ->MinTime(1.0)
+        ->UseRealTime()
+        ->Unit(benchmark::kMicrosecond);
+  }
+  const int kSizes[][2] = {{10000, 5}, {100000, 3}};
+  for (const auto &s : kSizes) {
+    for (auto [name, function] :
+         {std::pair{"Item/EnumerateDaemonOnly", EnumerateDaemonOnly},
+          std::pair{"Item/Enumerate", Enumerate},
+          std::pair{"Item/EnumerateClientOnly", EnumerateClientOnly}}) {
+      RegisterBenchmark(name, function)
+          ->Arg(s[0])
+          ->Iterations(s[1])
+          ->UseManualTime()
+          ->Unit(benchmark::kMillisecond);
+    }
+    RegisterBenchmark("Item/EnumerateBare", EnumerateBare)
+        ->Arg(s[0])
+        ->MinTime(0.5)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+  }
+  return 0;
+}
+
+[[maybe_unused]] const int registered = register_benchmarks();
+
+}  // namespace
+
+CMPIUTILITY_BENCH_MAIN(stop_daemons())
