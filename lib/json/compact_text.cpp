@@ -1,8 +1,113 @@
 #include "json/compact_text.h"
 
+#include <charconv>
+#include <cstring>
+
 namespace cmpiutility {
+namespace {
+
+// Appends the quoted text of [begin, end); false when the text holds a NUL byte (jsoncpp's own
+// quoting stops there, so the caller leaves the whole document to jsoncpp).
+bool append_quoted(const char *begin, const char *end, std::string *out) {
+  bool plain = true;
+  for (const char *c = begin; c != end; ++c) {
+    const unsigned char u = static_cast<unsigned char>(*c);
+    if (u < 0x20 || u > 0x7E || u == '"' || u == '\\') {
+      plain = false;
+      break;
+    }
+  }
+  if (plain) {
+    out->push_back('"');
+    out->append(begin, end);
+    out->push_back('"');
+    return true;
+  }
+  if (std::memchr(begin, '\0', static_cast<size_t>(end - begin)) != nullptr) return false;
+  // jsoncpp keeps a NUL after every string it holds, so begin is a C string ending at end.
+  out->append(Json::valueToQuotedString(begin));
+  return true;
+}
+
+template <typename Number>
+void append_number(Number n, std::string *out) {
+  char digits[24];
+  const std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, n);
+  out->append(digits, r.ptr);
+}
+
+bool append_value(const Json::Value &value, std::string *out) {
+  switch (value.type()) {
+    case Json::nullValue:
+      out->append("null");
+      return true;
+    case Json::intValue:
+      append_number(value.asLargestInt(), out);
+      return true;
+    case Json::uintValue:
+      append_number(value.asLargestUInt(), out);
+      return true;
+    case Json::realValue:
+      // The stream writer's settings: 17 significant digits, no special floats.
+      out->append(Json::valueToString(value.asDouble(), 17, Json::PrecisionType::significantDigits));
+      return true;
+    case Json::stringValue: {
+      const char *begin = nullptr;
+      const char *end = nullptr;
+      value.getString(&begin, &end);
+      return begin == nullptr || append_quoted(begin, end, out);
+    }
+    case Json::booleanValue:
+      out->append(value.asBool() ? "true" : "false");
+      return true;
+    case Json::arrayValue: {
+      if (value.empty()) {
+        out->append("[]");
+        return true;
+      }
+      out->push_back('[');
+      bool first = true;
+      for (const Json::Value &element : value) {
+        if (!first) out->push_back(',');
+        first = false;
+        if (!append_value(element, out)) return false;
+      }
+      out->push_back(']');
+      return true;
+    }
+    case Json::objectValue: {
+      if (value.empty()) {
+        out->append("{}");
+        return true;
+      }
+      out->push_back('{');
+      bool first = true;
+      for (Json::Value::const_iterator it = value.begin(); it != value.end(); ++it) {
+        if (!first) out->push_back(',');
+        first = false;
+        const char *name_end = nullptr;
+        const char *name = it.memberName(&name_end);
+        if (!append_quoted(name, name_end, out)) return false;
+        out->push_back(':');
+        if (!append_value(*it, out)) return false;
+      }
+      out->push_back('}');
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
 
 std::string compact_text(const Json::Value &document) {
+  std::string text;
+  text.reserve(1024);
+  if (append_value(document, &text)) return text;
+  return compact_text_by_jsoncpp(document);
+}
+
+std::string compact_text_by_jsoncpp(const Json::Value &document) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
   return Json::writeString(builder, document);

@@ -42,7 +42,7 @@ unsigned int decode_array(CMPIArgs *args, CMPIInstance *instance, const char *na
     CMPIU_ERROR_AT(kAdd2CMPIArgs, 1372, "'makeNewCMPIArray failed'");
     return 1;
   }
-  if ((setCMArrayElement(array.get(), valueObject, elementType) & 1u) != 0) {
+  if ((fill_array(array.get(), valueObject, elementType) & 1u) != 0) {
     CMPIU_ERROR_AT(kAdd2CMPIArgs, 1376, "'setCMArrayElement failed'");
     return 1;
   }
@@ -82,8 +82,9 @@ unsigned int set_instance_element(CMPIArray *array, CMPICount index, const Json:
   const Owned<CMPIInstance> newInstance(new_embedded_instance(entry));
   if (newInstance.get() == nullptr) return 0;
   const Json::Value &properties = entry["InstanceProps"];
-  for (const std::string &member : properties.getMemberNames()) {
-    if ((Add2CMPIArgs(nullptr, newInstance.get(), member.c_str(), properties[member], MODIFYINST) &
+  require_members(properties);
+  for (Json::Value::const_iterator it = properties.begin(); it != properties.end(); ++it) {
+    if ((decode_value_object(nullptr, newInstance.get(), it.name().c_str(), *it, MODIFYINST) &
          1u) != 0) {
       CMPIU_ERROR_AT(kSetCMArrayElement, 1164, "'Add2CMPIArgs failed'");
       return 1;
@@ -160,7 +161,12 @@ unsigned int set_encapsulated_element(CMPIArray *array, CMPICount index, const J
 }  // namespace
 
 unsigned int setCMArrayElement(CMPIArray *array, Json::Value valueObject, CMPIType elementType) {
-  const Json::Value &entries = static_cast<const Json::Value &>(valueObject)["Value"];
+  return fill_array(array, valueObject, elementType);
+}
+
+unsigned int json_decoding::fill_array(CMPIArray *array, const Json::Value &valueObject,
+                                       CMPIType elementType) {
+  const Json::Value &entries = valueObject["Value"];
   for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {
     const Json::Value &entry = entries[i];
     const CMPICount index = static_cast<CMPICount>(i);

@@ -18,7 +18,7 @@ unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::
   // Read in place: the document outlives the walk, and copying the container costs more than
   // decoding a small one.
   const Json::Value &arguments = document["ArgsIn"];
-  const std::vector<std::string> names = arguments.getMemberNames();
+  require_members(arguments);
 
   CMPIStatus status = {CMPI_RC_OK, nullptr};
   CMPIArgs *list = makeNewCMPIArgs(&status);
@@ -35,9 +35,10 @@ unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::
     response->retVal.args = list;
   }
 
-  for (const std::string &name : names) {
+  for (Json::Value::const_iterator it = arguments.begin(); it != arguments.end(); ++it) {
+    const std::string name = it.name();
     CMPIU_TRACE("INFO: name = '%s'", name.c_str());
-    if ((Add2CMPIArgs(list, nullptr, name.c_str(), arguments[name], INVOKEMETHOD) & 1u) != 0) {
+    if ((decode_value_object(list, nullptr, name.c_str(), *it, INVOKEMETHOD) & 1u) != 0) {
       CMPIU_ERROR_AT(__func__, 1990, "'Add2CMPIArgs failed'");
       return 1;
     }
@@ -48,7 +49,7 @@ unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::
 unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::Value &document) {
   // Read in place, as in createCMArgs.
   const Json::Value &properties = document["InstanceProps"];
-  const std::vector<std::string> names = properties.getMemberNames();
+  require_members(properties);
 
   CMPIObjectPath *path = nullptr;
   if (request != nullptr) {
@@ -73,11 +74,12 @@ unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::
   } else if (response != nullptr) {
     response->instance = instance;
   }
-  if (names.empty()) return 0;
+  if (properties.empty()) return 0;
 
-  for (const std::string &name : names) {
+  for (Json::Value::const_iterator it = properties.begin(); it != properties.end(); ++it) {
+    const std::string name = it.name();
     CMPIU_TRACE("property = %s", name.c_str());
-    const Json::Value &property = properties[name];
+    const Json::Value &property = *it;
     // A result instance keeps its key properties: each one met is put into the instance's key
     // filter (a property list of none, a key list of this one name).
     if (request == nullptr && response != nullptr && response->instance != nullptr &&
@@ -86,7 +88,7 @@ unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::
       const char *keys[] = {name.c_str(), nullptr};
       CMSetPropertyFilter(response->instance, nullptr, keys);
     }
-    if ((Add2CMPIArgs(nullptr, instance, name.c_str(), property, MODIFYINST) & 1u) != 0) {
+    if ((decode_value_object(nullptr, instance, name.c_str(), property, MODIFYINST) & 1u) != 0) {
       CMPIU_ERROR_AT(__func__, 1827, "'Add2CMPIArgs failed'");
       return 1;
     }

@@ -174,9 +174,10 @@ unsigned int decode_embedded(CMPIArgs *args, CMPIInstance *instance, const char 
   if (newInstance.get() == nullptr) return 1;
 
   const Json::Value &properties = embedded["InstanceProps"];
-  for (const std::string &member : properties.getMemberNames()) {
+  require_members(properties);
+  for (Json::Value::const_iterator it = properties.begin(); it != properties.end(); ++it) {
     const unsigned int result =
-        Add2CMPIArgs(nullptr, newInstance.get(), member.c_str(), properties[member], MODIFYINST);
+        decode_value_object(nullptr, newInstance.get(), it.name().c_str(), *it, MODIFYINST);
     // Inside an instance property the embedded properties that fail are passed over.
     if (kind != MODIFYINST && (result & 1u) != 0) {
       CMPIU_ERROR_AT(kAdd2CMPIArgs, 1422, "'Add2CMPIArgs failed'");
@@ -318,10 +319,19 @@ unsigned int decode_real(CMPIArgs *args, CMPIInstance *instance, const char *nam
 
 }  // namespace
 
+void json_decoding::require_members(const Json::Value &container) {
+  if (!container.isNull() && !container.isObject()) (void)container.getMemberNames();
+}
+
 unsigned int Add2CMPIArgs(CMPIArgs *args, CMPIInstance *instance, const char *name,
                           Json::Value valueObject, int kind) {
-  // Read through a const reference: jsoncpp's non-const operator[] would add members.
-  const Json::Value &object = valueObject;
+  return decode_value_object(args, instance, name, valueObject, kind);
+}
+
+// Read through a const reference: jsoncpp's non-const operator[] would add members.
+unsigned int json_decoding::decode_value_object(CMPIArgs *args, CMPIInstance *instance,
+                                                const char *name, const Json::Value &object,
+                                                int kind) {
   const CMPIType type = type_of(object);
   const CMPIValueState state = state_of(object);
 

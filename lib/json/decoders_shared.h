@@ -71,6 +71,18 @@ bool is_integer_type(CMPIType type);
 // for). NULL when either factory gives nothing.
 CMPIInstance *new_embedded_instance(const Json::Value &embedded);
 
+// Refuses a container that is neither an object nor null the way jsoncpp's getMemberNames does
+// (with its exception), so that walking a container with iterators treats a malformed document
+// exactly as listing its member names first did.
+void require_members(const Json::Value &container);
+
+// What Add2CMPIArgs and setCMArrayElement do, reading the value object in place. Those two take
+// their value object by copy, as peers expect; the decoders' own calls go through these and
+// spare the copy of every value object decoded.
+unsigned int decode_value_object(CMPIArgs *args, CMPIInstance *instance, const char *name,
+                                 const Json::Value &valueObject, int kind);
+unsigned int fill_array(CMPIArray *array, const Json::Value &valueObject, CMPIType elementType);
+
 // Array values (the type carries CMPI_ARRAY; it keeps the flag when added or set):
 // decoders_arrays.cpp.
 unsigned int decode_array(CMPIArgs *args, CMPIInstance *instance, const char *name,

@@ -38,7 +38,26 @@ bool same_name(const char *a, const char *b) {
   return *a == '\0' && *b == '\0';
 }
 
+size_t folded_hash(const char *name) {
+  // FNV-1a over the folded bytes.
+  size_t hash = static_cast<size_t>(14695981039346656037ull);
+  for (; *name != '\0'; ++name) {
+    hash ^= static_cast<unsigned char>(ascii_lower(*name));
+    hash *= static_cast<size_t>(1099511628211ull);
+  }
+  return hash;
+}
+
 NamedValues::~NamedValues() { clear(); }
+
+const NamedValues::Entry *NamedValues::entry_named(const char *name, size_t folded) const {
+  for (const Entry &entry : entries_) {
+    if (entry.folded == folded && same_name(entry.name.c_str(), name)) {
+      return &entry;
+    }
+  }
+  return nullptr;
+}
 
 void NamedValues::clear() {
   for (Entry &entry : entries_) {
@@ -55,7 +74,7 @@ CMPIrc NamedValues::copy_from(const NamedValues &other) {
       return rc;
     }
     try {
-      entries_.push_back(Entry{entry.name, copy});
+      entries_.push_back(Entry{entry.name, copy, entry.folded});
     } catch (...) {
       release_data(&copy);
       return CMPI_RC_ERR_FAILED;
@@ -73,17 +92,17 @@ CMPIrc NamedValues::set(const char *name, const CMPIValue *value, CMPIType type)
   if (rc != CMPI_RC_OK) {
     return rc;
   }
-  for (Entry &entry : entries_) {
-    if (same_name(entry.name.c_str(), name)) {
-      // The copy is taken before the old value goes, so a value read from this very entry
-      // may be set back into it.
-      release_data(&entry.data);
-      entry.data = copy;
-      return CMPI_RC_OK;
-    }
+  const size_t folded = folded_hash(name);
+  if (const Entry *found = entry_named(name, folded)) {
+    Entry &entry = const_cast<Entry &>(*found);
+    // The copy is taken before the old value goes, so a value read from this very entry
+    // may be set back into it.
+    release_data(&entry.data);
+    entry.data = copy;
+    return CMPI_RC_OK;
   }
   try {
-    entries_.push_back(Entry{name, copy});
+    entries_.push_back(Entry{name, copy, folded});
   } catch (...) {
     release_data(&copy);
     return CMPI_RC_ERR_FAILED;
@@ -95,12 +114,8 @@ const CMPIData *NamedValues::find(const char *name) const {
   if (name == nullptr) {
     return nullptr;
   }
-  for (const Entry &entry : entries_) {
-    if (same_name(entry.name.c_str(), name)) {
-      return &entry.data;
-    }
-  }
-  return nullptr;
+  const Entry *entry = entry_named(name, folded_hash(name));
+  return entry != nullptr ? &entry->data : nullptr;
 }
 
 CMPIData NamedValues::get(const char *name, CMPIStatus *rc) const {

@@ -44,12 +44,19 @@ class NamedValues {
   void clear();
 
  private:
+  // folded: a hash of the name with ASCII letters in lower case, so that a look-up compares
+  // one number with each entry and spells out only the names that may match.
   struct Entry {
     std::string name;
     CMPIData data;
+    size_t folded;
   };
+  const Entry *entry_named(const char *name, size_t folded) const;
   std::vector<Entry> entries_;
 };
+
+// The hash Entry::folded holds for name (the same for names that differ only in case).
+size_t folded_hash(const char *name);
 
 // Case-insensitive comparison of two ASCII names.
 bool same_name(const char *a, const char *b);
