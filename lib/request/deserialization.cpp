@@ -13,6 +13,7 @@
 #include <string>
 
 #include "heap/heap.h"
+#include "json/document_reader.h"
 #include "json/decoders.h"
 #include "json/key_text.h"
 #include "log/log.h"
@@ -242,8 +243,7 @@ extern "C" ClientReq *doDeserialization(const char *text) {
   // A hostile document must not bring the provider host down: whatever jsoncpp throws while the
   // text is parsed or converted ends the parse like any other failure.
   try {
-    Json::CharReaderBuilder builder;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    const std::unique_ptr<Json::CharReader> reader = cmpiutility::new_document_reader();
     Json::Value document;
     std::string errors;
     if (!reader->parse(text, text + strlen(text), &document, &errors)) {

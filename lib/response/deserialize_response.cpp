@@ -9,6 +9,7 @@
 #include <string>
 
 #include "heap/heap.h"
+#include "json/document_reader.h"
 #include "json/decoders.h"
 #include "json/key_text.h"
 #include "log/log.h"
@@ -298,8 +299,7 @@ extern "C" ServerResp *deserializeResp(const char *text) {
   }
   RecordGuard guard{record};
 
-  Json::CharReaderBuilder builder;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  const std::unique_ptr<Json::CharReader> reader = cmpiutility::new_document_reader();
   Json::Value document;
   std::string errors;
   if (!reader->parse(text, text + length, &document, &errors)) {
