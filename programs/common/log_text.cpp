@@ -1,7 +1,7 @@
 // log_text.cpp - escaping and shortening peer- and provider-given text for the log.
 #include "log_text.h"
 
-namespace hostd {
+namespace wire {
 namespace {
 
 bool plain(unsigned char c) { return c >= 0x20 && c < 0x7f && c != '\\'; }
@@ -106,4 +106,4 @@ std::string log_text(const char *text, std::size_t max_bytes) {
   return log_text(std::string_view(text), max_bytes);
 }
 
-}  // namespace hostd
+}  // namespace wire
