@@ -5,6 +5,8 @@
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
+#include <pwd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -19,6 +21,7 @@
 #include "answer_pipe.h"
 #include "basic_credentials.h"
 #include "http_log.h"
+#include "local_peer.h"
 #include "request_checks.h"
 
 namespace wbem {
@@ -111,6 +114,20 @@ std::string header_safe(const std::string &text) {
   return out;
 }
 
+// The name of the local user owning the client's end of a loopback connection.
+bool local_peer_user(int fd, std::string *user) {
+  uid_t uid = 0;
+  if (fd < 0 || !loopback_peer_uid(fd, &uid)) return false;
+  std::vector<char> buffer(16384);
+  struct passwd entry;
+  struct passwd *found = nullptr;
+  if (getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
+    return false;
+  }
+  *user = found->pw_name;
+  return valid_user_name(*user);
+}
+
 }  // namespace
 
 struct HttpServer::State {
@@ -122,6 +139,7 @@ struct HttpServer::State {
   Authenticator &authenticator;
   LoginThrottle &throttle;
   MHD_Daemon *daemon = nullptr;
+  bool trust_local = false;
   std::string tls_cert;
   std::string tls_key;
 
@@ -259,6 +277,14 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
   const std::string host = c != nullptr ? c->peer_host : "?";
   std::vector<std::string> values = header_values(headers, "Authorization");
   if (values.empty()) {
+    std::string local_user;
+    if (trust_local && c != nullptr && local_peer_user(c->fd, &local_user)) {
+      HTTP_TRACE("request from %s without credentials served as its local user %s",
+                 peer.c_str(), local_user.c_str());
+      request->call.user = local_user;
+      request->call.peer = peer;
+      return true;
+    }
     HTTP_TRACE("request from %s without credentials: 401", peer.c_str());
     return false;
   }
@@ -450,44 +476,25 @@ HttpServer::HttpServer(const ServerLimits &limits, CimService &service,
 
 HttpServer::~HttpServer() { stop(); }
 
-bool is_loopback_address(const std::string &address) {
-  struct in_addr v4;
-  struct in6_addr v6;
-  if (inet_pton(AF_INET, address.c_str(), &v4) == 1) return (ntohl(v4.s_addr) >> 24) == 127;
-  if (inet_pton(AF_INET6, address.c_str(), &v6) == 1) return IN6_IS_ADDR_LOOPBACK(&v6);
-  return false;
+bool HttpServer::start(const ListenSpec &listen, const TlsMaterial *tls, std::string *error) {
+  int fd = -1;
+  if (!open_listening_socket(listen, &fd, error)) return false;
+  return start(fd, tls, error);
 }
 
-bool HttpServer::start(const ListenSpec &listen, const TlsMaterial *tls, std::string *error) {
+void HttpServer::trust_local_peers(bool trust) { state_->trust_local = trust; }
+
+bool HttpServer::start(int listen_fd, const TlsMaterial *tls, std::string *error) {
   State &s = *state_;
-  struct sockaddr_storage storage;
-  std::memset(&storage, 0, sizeof storage);
-  bool any = listen.address.empty();
   unsigned flags = MHD_USE_THREAD_PER_CONNECTION | MHD_USE_INTERNAL_POLLING_THREAD |
                    MHD_USE_POLL | MHD_USE_ERROR_LOG;
-  if (any) {
-    flags |= MHD_USE_DUAL_STACK;
-  } else {
-    auto *v4 = reinterpret_cast<struct sockaddr_in *>(&storage);
-    auto *v6 = reinterpret_cast<struct sockaddr_in6 *>(&storage);
-    if (inet_pton(AF_INET, listen.address.c_str(), &v4->sin_addr) == 1) {
-      v4->sin_family = AF_INET;
-      v4->sin_port = htons(listen.port);
-    } else if (inet_pton(AF_INET6, listen.address.c_str(), &v6->sin6_addr) == 1) {
-      v6->sin6_family = AF_INET6;
-      v6->sin6_port = htons(listen.port);
-      flags |= MHD_USE_IPv6;
-    } else {
-      *error = "'" + listen.address + "' is not an IPv4 or IPv6 address";
-      return false;
-    }
-  }
   if (tls != nullptr) {
     flags |= MHD_USE_TLS;
     s.tls_cert = tls->certificate_pem;
     s.tls_key = tls->key_pem;
   }
   std::vector<MHD_OptionItem> options = {
+      {MHD_OPTION_LISTEN_SOCKET, listen_fd, nullptr},
       {MHD_OPTION_EXTERNAL_LOGGER, reinterpret_cast<intptr_t>(log_from_library), nullptr},
       {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<intptr_t>(s.limits.max_header), nullptr},
       {MHD_OPTION_CONNECTION_LIMIT, static_cast<intptr_t>(s.limits.max_connections), nullptr},
@@ -499,9 +506,6 @@ bool HttpServer::start(const ListenSpec &listen, const TlsMaterial *tls, std::st
       {MHD_OPTION_NOTIFY_COMPLETED, reinterpret_cast<intptr_t>(&State::on_completed), &s},
       {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
   };
-  if (!any) {
-    options.push_back({MHD_OPTION_SOCK_ADDR, 0, &storage});
-  }
   if (tls != nullptr) {
     options.push_back({MHD_OPTION_HTTPS_MEM_CERT, 0, const_cast<char *>(s.tls_cert.c_str())});
     options.push_back({MHD_OPTION_HTTPS_MEM_KEY, 0, const_cast<char *>(s.tls_key.c_str())});
@@ -510,18 +514,12 @@ bool HttpServer::start(const ListenSpec &listen, const TlsMaterial *tls, std::st
   }
   options.push_back({MHD_OPTION_END, 0, nullptr});
 
-  s.daemon = MHD_start_daemon(flags, listen.port, nullptr, nullptr, &State::on_request, &s,
+  s.daemon = MHD_start_daemon(flags, 0, nullptr, nullptr, &State::on_request, &s,
                               MHD_OPTION_ARRAY, options.data(), MHD_OPTION_END);
-  if (s.daemon == nullptr && any) {
-    // No IPv6 on this machine: every IPv4 address then.
-    flags &= ~static_cast<unsigned>(MHD_USE_DUAL_STACK);
-    s.daemon = MHD_start_daemon(flags, listen.port, nullptr, nullptr, &State::on_request, &s,
-                                MHD_OPTION_ARRAY, options.data(), MHD_OPTION_END);
-  }
   if (s.daemon == nullptr) {
-    *error = "cannot listen on " + (any ? std::string("every address") : listen.address) +
-             " port " + std::to_string(listen.port) +
-             (tls != nullptr ? " (HTTPS: check the certificate and key)" : "");
+    close(listen_fd);
+    *error = std::string("cannot serve ") + (tls != nullptr ? "HTTPS" : "HTTP") +
+             (tls != nullptr ? " (check the certificate and key)" : "");
     return false;
   }
   s.stopping = false;

@@ -21,15 +21,11 @@
 
 #include "authenticator.h"
 #include "exchange.h"
+#include "listen_socket.h"
 #include "login_throttle.h"
 #include "server_limits.h"
 
 namespace wbem {
-
-struct ListenSpec {
-  std::string address;  // an IPv4 or IPv6 address; empty: every address (IPv6 and IPv4)
-  uint16_t port = 0;    // 0: any free port (see HttpServer::port)
-};
 
 struct TlsMaterial {
   std::string certificate_pem;  // the server's certificate chain
@@ -45,8 +41,16 @@ class HttpServer {
   HttpServer(const HttpServer &) = delete;
   HttpServer &operator=(const HttpServer &) = delete;
 
-  // Binds and starts serving; tls null means plain HTTP. false with *error when it cannot.
+  // Serves on listen_fd (a listening socket, see listen_socket.h, which the server then owns
+  // and closes); tls null means plain HTTP. false with *error when it cannot (the socket is
+  // closed then too).
+  bool start(int listen_fd, const TlsMaterial *tls, std::string *error);
+  // Opens the socket for listen, then as above.
   bool start(const ListenSpec &listen, const TlsMaterial *tls, std::string *error);
+  // With trust, a request that brings no Authorization header over a loopback connection is
+  // served as the local user owning the client's socket (local_peer.h) instead of getting 401.
+  // Call before start().
+  void trust_local_peers(bool trust);
   // Stops accepting, closes every connection and waits for running answers.
   void stop();
   uint16_t port() const;
@@ -56,9 +60,6 @@ class HttpServer {
  private:
   std::unique_ptr<State> state_;
 };
-
-// "127.0.0.1", "::1", or empty for every address: true when the address is loopback only.
-bool is_loopback_address(const std::string &address);
 
 }  // namespace wbem
 
