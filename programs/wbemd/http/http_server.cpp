@@ -494,8 +494,9 @@ bool HttpServer::start(int listen_fd, const TlsMaterial *tls, std::string *error
     s.tls_key = tls->key_pem;
   }
   std::vector<MHD_OptionItem> options = {
-      {MHD_OPTION_LISTEN_SOCKET, listen_fd, nullptr},
+      // The logger first: libmicrohttpd warns on its own stderr otherwise.
       {MHD_OPTION_EXTERNAL_LOGGER, reinterpret_cast<intptr_t>(log_from_library), nullptr},
+      {MHD_OPTION_LISTEN_SOCKET, listen_fd, nullptr},
       {MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<intptr_t>(s.limits.max_header), nullptr},
       {MHD_OPTION_CONNECTION_LIMIT, static_cast<intptr_t>(s.limits.max_connections), nullptr},
       {MHD_OPTION_PER_IP_CONNECTION_LIMIT, static_cast<intptr_t>(s.limits.max_connections_per_peer),
