@@ -22,7 +22,7 @@ struct BasicCredentials {
 };
 
 // true and *out filled when header (the Authorization header's value) holds valid Basic
-// credentials; false otherwise (*out is then unspecified).
+// credentials; false otherwise (*out may then hold anything).
 bool parse_basic_credentials(std::string_view header, BasicCredentials *out);
 
 // The same checks on a user name alone.

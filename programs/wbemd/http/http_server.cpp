@@ -476,7 +476,7 @@ HttpServer::HttpServer(const ServerLimits &limits, CimService &service,
 
 HttpServer::~HttpServer() { stop(); }
 
-bool HttpServer::start(const ListenSpec &listen, const TlsMaterial *tls, std::string *error) {
+bool HttpServer::start(const ListenPoint &listen, const TlsMaterial *tls, std::string *error) {
   int fd = -1;
   if (!open_listening_socket(listen, &fd, error)) return false;
   return start(fd, tls, error);

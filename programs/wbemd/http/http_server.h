@@ -46,7 +46,7 @@ class HttpServer {
   // closed then too).
   bool start(int listen_fd, const TlsMaterial *tls, std::string *error);
   // Opens the socket for listen, then as above.
-  bool start(const ListenSpec &listen, const TlsMaterial *tls, std::string *error);
+  bool start(const ListenPoint &listen, const TlsMaterial *tls, std::string *error);
   // With trust, a request that brings no Authorization header over a loopback connection is
   // served as the local user owning the client's socket (local_peer.h) instead of getting 401.
   // Call before start().

@@ -44,19 +44,19 @@ bool is_loopback_address(const std::string &address) {
   return false;
 }
 
-bool open_listening_socket(const ListenSpec &spec, int *fd, std::string *error) {
+bool open_listening_socket(const ListenPoint &point, int *fd, std::string *error) {
   struct sockaddr_in v4;
   struct sockaddr_in6 v6;
   std::memset(&v4, 0, sizeof v4);
   std::memset(&v6, 0, sizeof v6);
   v4.sin_family = AF_INET;
-  v4.sin_port = htons(spec.port);
+  v4.sin_port = htons(point.port);
   v6.sin6_family = AF_INET6;
-  v6.sin6_port = htons(spec.port);
-  std::string where = (spec.address.empty() ? std::string("every address") : spec.address) +
-                      " port " + std::to_string(spec.port);
+  v6.sin6_port = htons(point.port);
+  std::string where = (point.address.empty() ? std::string("every address") : point.address) +
+                      " port " + std::to_string(point.port);
   bool ok;
-  if (spec.address.empty()) {
+  if (point.address.empty()) {
     v6.sin6_addr = in6addr_any;
     ok = bind_and_listen(AF_INET6, reinterpret_cast<struct sockaddr *>(&v6), sizeof v6, false,
                          fd, error);
@@ -65,14 +65,14 @@ bool open_listening_socket(const ListenSpec &spec, int *fd, std::string *error) 
       ok = bind_and_listen(AF_INET, reinterpret_cast<struct sockaddr *>(&v4), sizeof v4, false,
                            fd, error);
     }
-  } else if (inet_pton(AF_INET, spec.address.c_str(), &v4.sin_addr) == 1) {
+  } else if (inet_pton(AF_INET, point.address.c_str(), &v4.sin_addr) == 1) {
     ok = bind_and_listen(AF_INET, reinterpret_cast<struct sockaddr *>(&v4), sizeof v4, false, fd,
                          error);
-  } else if (inet_pton(AF_INET6, spec.address.c_str(), &v6.sin6_addr) == 1) {
+  } else if (inet_pton(AF_INET6, point.address.c_str(), &v6.sin6_addr) == 1) {
     ok = bind_and_listen(AF_INET6, reinterpret_cast<struct sockaddr *>(&v6), sizeof v6, true, fd,
                          error);
   } else {
-    *error = "'" + spec.address + "' is not an IPv4 or IPv6 address";
+    *error = "'" + point.address + "' is not an IPv4 or IPv6 address";
     return false;
   }
   if (!ok) *error = "cannot listen on " + where + ": " + *error;
