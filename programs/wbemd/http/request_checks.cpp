@@ -122,10 +122,10 @@ std::optional<Refusal> check_cim_headers(const HeaderList &headers, CimCall *cal
   if (!single(headers, "CIMBatch", &batch) || batch) {
     return refuse(501, "multiple-requests-unsupported");
   }
-  if (!single(headers, "CIMOperation", &operation) || !operation ||
-      trim(*operation) != "MethodCall") {
-    return refuse(400, "unsupported-operation");
+  if (!single(headers, "CIMOperation", &operation) || !operation) {
+    return refuse(400, "header-mismatch");
   }
+  if (trim(*operation) != "MethodCall") return refuse(501, "unsupported-operation");
   if (!single(headers, "CIMMethod", &method) || !method) return refuse(400, "header-mismatch");
   std::string m = trim(*method);
   if (m.empty() || m.size() > kMaxCimMethod ||

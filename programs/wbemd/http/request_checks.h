@@ -8,7 +8,8 @@
 //   check_framing       Content-Length present, digits only, at most max_body (411, 400, 413);
 //                       a chunked body is accepted instead (its size is checked as it comes)
 //   check_cim_headers   Content-Type application/xml or text/xml, charset utf-8 if given
-//                       (415); CIMOperation "MethodCall" (400 "unsupported-operation");
+//                       (415); CIMOperation present (400 "header-mismatch") and
+//                       "MethodCall" (501 "unsupported-operation", as exchange.h has it);
 //                       CIMMethod a name and CIMObject printable ASCII (400 "header-mismatch");
 //                       CIMProtocolVersion 1.x if given (501 "unsupported-protocol-version");
 //                       no CIMBatch (501 "multiple-requests-unsupported"). A header that must

@@ -105,6 +105,7 @@ TEST(RequestChecks, EachWrongCimHeader) {
             "unsupported-protocol-version");
   EXPECT_EQ(wbem::check_cim_headers(with(2, "MethodResponse"), &call).value().cim_error,
             "unsupported-operation");
+  EXPECT_EQ(wbem::check_cim_headers(with(2, "MethodResponse"), &call).value().status, 501);
   EXPECT_EQ(wbem::check_cim_headers(with(3, "Get Instance"), &call).value().cim_error,
             "header-mismatch");
   EXPECT_EQ(wbem::check_cim_headers(with(4, "root/ cimv2"), &call).value().cim_error,

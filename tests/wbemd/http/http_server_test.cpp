@@ -130,8 +130,14 @@ TEST_F(HttpServerTest, MissingOrInvalidCimHeadersAre400WithCimError) {
   std::string request = cim_request("Echo", "x");
   request.replace(request.find("MethodCall"), 10, "Something");
   Answer a = exchange(request);
-  EXPECT_EQ(a.status, 400);
+  EXPECT_EQ(a.status, 501);
   EXPECT_EQ(a.headers["cimerror"], "unsupported-operation");
+
+  request = cim_request("Echo", "x");
+  request.erase(request.find("CIMOperation: MethodCall\r\n"), 26);
+  a = exchange(request);
+  EXPECT_EQ(a.status, 400);
+  EXPECT_EQ(a.headers["cimerror"], "header-mismatch");
 
   request = cim_request("Echo", "x");
   request.erase(request.find("CIMMethod: Echo\r\n"), 17);
