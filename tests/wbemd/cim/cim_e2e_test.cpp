@@ -1,7 +1,10 @@
 // The CIM half against a real cmpi-hostd with the demo provider: every operation through
 // make_cim_service and a recording sink, the answers read back and their values checked.
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -9,6 +12,7 @@
 #include "cim_service.h"
 #include "cim_test_support.h"
 #include "hostd_harness.h"
+#include "log_capture.h"
 
 namespace {
 
@@ -22,8 +26,10 @@ using wbem::XmlElement;
 
 class CimServiceTest : public ::testing::Test {
  protected:
+  virtual std::vector<std::string> options() const { return {}; }
+
   void SetUp() override {
-    ASSERT_TRUE(daemon_.start());
+    ASSERT_TRUE(daemon_.start(options()));
     wbem::CimSettings settings;
     settings.host_socket = ws_.socket;
     settings.host_timeout = 10;
@@ -395,17 +401,90 @@ TEST_F(CimServiceTest, MalformedXmlIs400NotWellFormed) {
   EXPECT_EQ(sink.cim_error, "request-not-well-formed");
 }
 
-TEST_F(CimServiceTest, AHostThatCannotBeReachedIsCode1) {
+TEST_F(CimServiceTest, AHostThatCannotBeReachedIsCode1AndLogged) {
   wbem::CimSettings settings;
   settings.host_socket = ws_.dir + "/nothing.sock";
   settings.schema_database = ws_.schema_db;
   auto service = wbem::make_cim_service(settings);
+  cmpitest::LogCapture log;
   RecordingSink sink;
   service->serve(cimtest::captured_call("gi"), sink);
   EXPECT_TRUE(sink.finished);
   auto root = cimtest::parse(sink.body);
   ASSERT_NE(root, nullptr);
   EXPECT_EQ(error_code(*root), 1);
+  EXPECT_TRUE(log.contains({"GetInstance of Demo_Fan for root: the provider host failed: cannot "
+                            "connect to the daemon at " + settings.host_socket +
+                                ": No such file or directory",
+                            2, 234}))
+      << ::testing::PrintToString(log.lines());
+}
+
+TEST_F(CimServiceTest, ARefusedRequestIsLogged) {
+  cmpitest::LogCapture log;
+  wbem::CimCall call = cimtest::captured_call("gi");
+  call.body = "<!DOCTYPE CIM><CIM/>";
+  serve(call);
+  EXPECT_TRUE(log.contains({"request from 127.0.0.1:40000 (user root) refused: a document type "
+                            "declaration is not accepted",
+                            2, 234}))
+      << ::testing::PrintToString(log.lines());
+}
+
+// The front end does not run as root: cmpi-hostd admits its user as a proxy, which may act for
+// the users it authenticated but not for root.
+class CimProxyTest : public CimServiceTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--allow-proxy-user", "nobody"}; }
+
+  // The answer to call, served by the service in a child process running as nobody.
+  std::string serve_as_nobody(const wbem::CimCall &call) {
+    int fds[2];
+    if (pipe(fds) != 0) return "";
+    const pid_t child = fork();
+    if (child == 0) {
+      close(fds[0]);
+      const passwd *pw = getpwnam("nobody");
+      if (pw == nullptr || setgroups(0, nullptr) != 0 || setgid(pw->pw_gid) != 0 ||
+          setuid(pw->pw_uid) != 0) {
+        _exit(2);
+      }
+      RecordingSink sink;
+      service_->serve(call, sink);
+      const char *p = sink.body.data();
+      std::size_t left = sink.body.size();
+      while (left > 0) {
+        const ssize_t n = ::write(fds[1], p, left);
+        if (n <= 0) _exit(3);
+        p += n;
+        left -= static_cast<std::size_t>(n);
+      }
+      _exit(0);
+    }
+    close(fds[1]);
+    std::string body;
+    char buf[4096];
+    ssize_t n;
+    while ((n = ::read(fds[0], buf, sizeof buf)) > 0) body.append(buf, static_cast<std::size_t>(n));
+    close(fds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    return body;
+  }
+};
+
+TEST_F(CimProxyTest, TheProviderSeesTheAuthenticatedUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const passwd *daemon_user = getpwnam("daemon");
+  ASSERT_NE(daemon_user, nullptr);
+  auto root = cimtest::parse(serve_as_nobody(cimtest::captured_call("gi", "daemon")));
+  ASSERT_NE(root, nullptr);
+  EXPECT_EQ(value_of(property(*first(*root, "INSTANCE"), "EffectiveUserID")),
+            std::to_string(daemon_user->pw_uid));
+  auto refused = cimtest::parse(serve_as_nobody(cimtest::captured_call("gi", "root")));
+  ASSERT_NE(refused, nullptr);
+  EXPECT_EQ(error_code(*refused), 2);
 }
 
 }  // namespace
