@@ -362,6 +362,20 @@ TEST_F(CimServiceTest, AnEnumerationThatFailsMidStreamEndsWithFail) {
   EXPECT_EQ(sink.body.find("</CIM>"), std::string::npos);
 }
 
+TEST_F(CimServiceTest, EnumerationsAreWrittenAsTheyArrive) {
+  RecordingSink sink = serve(cimtest::intrinsic_call(
+      "EnumerateInstances", cimtest::class_param("ClassName", "Test_Many")));
+  EXPECT_TRUE(sink.finished);
+  auto root = cimtest::parse(sink.body);
+  ASSERT_NE(root, nullptr);
+  const auto named = all(*root, "VALUE.NAMEDINSTANCE");
+  ASSERT_EQ(named.size(), 3000u);
+  EXPECT_EQ(attr(first(*named[2999], "INSTANCE"), "CLASSNAME"), "Test_Many");
+  // The answer went out in many pieces, each with the results of one piece from the host,
+  // not collected whole.
+  EXPECT_GT(sink.writes, 10);
+}
+
 TEST_F(CimServiceTest, TheProviderServesTheCallsUser) {
   auto root = answer(cimtest::captured_call("gi", "nobody"));
   EXPECT_EQ(value_of(property(*first(*root, "INSTANCE"), "EffectiveUserID")), "65534");
