@@ -105,7 +105,11 @@ void write_property(XmlOut &out, const std::string &name, const CMPIData &data,
     }
     const std::string type_name = cim_type_name(element == CMPI_instance ? CMPI_string : element);
     out.open("PROPERTY.ARRAY", {{"NAME", name}, {"TYPE", type_name}});
-    if (!is_null && data.value.array != nullptr) {
+    // The decoded array cannot tell empty from null; the frame can.
+    const bool empty = !wire.isNull() && cli::wire_value(wire).empty_array;
+    if (empty) {
+      out.empty("VALUE.ARRAY");
+    } else if (!is_null && data.value.array != nullptr) {
       out.open("VALUE.ARRAY");
       const CMPICount n = CMGetArrayCount(data.value.array, nullptr);
       for (CMPICount i = 0; i < n; ++i) {

@@ -1,4 +1,4 @@
-// The CIM-XML writer: escaping of every special character, every value type, nulls, arrays,
+// The CIM-XML writer: escaping of every markup character, every value type, nulls, arrays,
 // references, embedded instances, char16 and date-times, and round trips through the reader.
 #include <cmpiinterface.h>
 #include <cmpimacs.h>
@@ -30,7 +30,7 @@ std::string escaped_attribute(const std::string &in) {
   return out;
 }
 
-TEST(XmlWriter, EscapesTheFiveSpecialCharacters) {
+TEST(XmlWriter, EscapesTheFiveMarkupCharacters) {
   EXPECT_EQ(escaped_text("a<b>&c\"d'e"), "a&lt;b&gt;&amp;c&quot;d&apos;e");
   EXPECT_EQ(escaped_attribute("<&>\"'"), "&lt;&amp;&gt;&quot;&apos;");
 }
@@ -183,6 +183,22 @@ TEST_F(ValueWriting, AFrameTellsANullStringFromAnEmptyOne) {
   EXPECT_EQ(value_of(property(*cimtest::parse(plain.str()), "Note")), "");
 }
 
+TEST_F(ValueWriting, AFrameTellsAnEmptyArrayFromANullOne) {
+  CMSetProperty(inst_.get(), "Empty", nullptr, CMPI_uint16A);
+  Json::Value props;
+  props["Empty"]["DataState"] = 0;
+  props["Empty"]["DataType"] = 8352;
+  XmlOut out;
+  write_instance(out, inst_.get(), props, {}, {"here", "root/cimv2"});
+  EXPECT_NE(out.str().find("<PROPERTY.ARRAY NAME=\"Empty\" TYPE=\"uint16\"><VALUE.ARRAY></VALUE.ARRAY>"
+                           "</PROPERTY.ARRAY>"),
+            std::string::npos);
+  XmlOut plain;
+  write_instance(plain, inst_.get(), Json::Value(), {}, {"here", "root/cimv2"});
+  EXPECT_NE(plain.str().find("<PROPERTY.ARRAY NAME=\"Empty\" TYPE=\"uint16\"></PROPERTY.ARRAY>"),
+            std::string::npos);
+}
+
 TEST_F(ValueWriting, Arrays) {
   auto inst = written();
   const wbem::XmlElement *list = property(*inst, "List");
@@ -258,7 +274,7 @@ TEST(ValueXml, WriteValueOfNullWritesNothing) {
   EXPECT_EQ(out.str(), "<VALUE>5</VALUE>");
 }
 
-TEST(ValueXml, RealsSpecialValues) {
+TEST(ValueXml, RealsInfinities) {
   std::string text;
   CMPIValue v;
   v.real64 = 1.0 / 0.0;
