@@ -310,6 +310,48 @@ TEST_F(CimServiceTest, EnumerateClassesAndClassNames) {
   EXPECT_EQ(all(*classes, "CLASS").size(), found.size());
 }
 
+TEST_F(CimServiceTest, ClassHierarchyAndQualifiers) {
+  auto below = answer(cimtest::intrinsic_call(
+      "EnumerateClassNames", cimtest::class_param("ClassName", "Test_Device")));
+  const auto names = all(*below, "CLASSNAME");
+  ASSERT_EQ(names.size(), 1u);
+  EXPECT_EQ(attr(names[0], "NAME"), "Test_Disk");
+
+  // Inherited properties come first; LocalOnly leaves them out.
+  auto disk = answer(cimtest::intrinsic_call(
+      "GetClass", cimtest::class_param("ClassName", "Test_Disk") +
+                      cimtest::value_param("LocalOnly", "FALSE") +
+                      cimtest::value_param("IncludeClassOrigin", "TRUE")));
+  const XmlElement *cls = first(*disk, "CLASS");
+  ASSERT_NE(cls, nullptr);
+  EXPECT_EQ(attr(cls, "SUPERCLASS"), "Test_Device");
+  ASSERT_GE(cls->children.size(), 7u);
+  EXPECT_EQ(attr(cls->children[0].get(), "NAME"), "Id");
+  EXPECT_EQ(attr(cls->children[0].get(), "CLASSORIGIN"), "Test_Device");
+  EXPECT_EQ(attr(property(*cls, "Uid"), "CLASSORIGIN"), "Test_Disk");
+  EXPECT_EQ(property(*cls, "Roles")->name, "PROPERTY.ARRAY");
+  auto local = answer(
+      cimtest::intrinsic_call("GetClass", cimtest::class_param("ClassName", "Test_Disk")));
+  const XmlElement *own = first(*local, "CLASS");
+  ASSERT_NE(own, nullptr);
+  EXPECT_EQ(own->children.size(), 2u);
+  EXPECT_EQ(property(*own, "Id"), nullptr);
+
+  auto device = answer(
+      cimtest::intrinsic_call("GetClass", cimtest::class_param("ClassName", "Test_Device")));
+  std::vector<std::string> qualifiers;
+  for (const auto &c : first(*device, "CLASS")->children) {
+    if (c->name == "QUALIFIER") qualifiers.push_back(attr(c.get(), "NAME"));
+  }
+  EXPECT_EQ(qualifiers, std::vector<std::string>{"Abstract"});
+  auto link = answer(
+      cimtest::intrinsic_call("GetClass", cimtest::class_param("ClassName", "Test_RackDevice")));
+  const XmlElement *link_class = first(*link, "CLASS");
+  EXPECT_EQ(attr(link_class->children[0].get(), "NAME"), "Association");
+  EXPECT_EQ(attr(property(*link_class, "Rack"), "REFERENCECLASS"), "Test_Rack");
+  EXPECT_EQ(attr(first(*link_class, "METHOD"), "NAME"), "Probe");
+}
+
 TEST_F(CimServiceTest, GetPropertyAndSetProperty) {
   auto speed = answer(cimtest::captured_call("gp"));
   ASSERT_NE(first(*speed, "IRETURNVALUE"), nullptr);
