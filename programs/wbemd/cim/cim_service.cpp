@@ -48,8 +48,11 @@ class Service : public CimService {
   }
 
   void serve_call(const CimCall &call, AnswerSink &sink) {
+    if (call.cim_operation.empty()) {
+      return refuse(call, sink, 400, "header-mismatch", "the request has no CIMOperation header");
+    }
     if (call.cim_operation != "MethodCall") {
-      return refuse(call, sink, 400, "header-mismatch",
+      return refuse(call, sink, 501, "unsupported-operation",
                     "CIMOperation is '" + call.cim_operation + "', not MethodCall");
     }
     XmlReadResult read = read_xml(call.body, settings_.xml);

@@ -449,6 +449,18 @@ TEST_F(CimServiceTest, HeadersThatDoNotMatchTheBodyAre400) {
   EXPECT_EQ(sink.cim_error, "header-mismatch");
 }
 
+TEST_F(CimServiceTest, OnlyMethodCallsAreServed) {
+  wbem::CimCall call = cimtest::captured_call("gi");
+  call.cim_operation = "MethodResponse";
+  RecordingSink sink = serve(call);
+  EXPECT_EQ(sink.status, 501);
+  EXPECT_EQ(sink.cim_error, "unsupported-operation");
+  call.cim_operation = "";
+  sink = serve(call);
+  EXPECT_EQ(sink.status, 400);
+  EXPECT_EQ(sink.cim_error, "header-mismatch");
+}
+
 TEST_F(CimServiceTest, MalformedXmlIs400NotWellFormed) {
   wbem::CimCall call = cimtest::captured_call("gi");
   call.body = call.body.substr(0, call.body.size() / 2);
