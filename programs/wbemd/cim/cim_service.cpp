@@ -82,6 +82,7 @@ class Service : public CimService {
                 log_name(request.name).c_str(), log_name(request.name_space).c_str(),
                 log_name(call.user).c_str(), log_name(call.peer).c_str());
       serve_operation(request, context, answer);
+      if (!answer.done()) answer.fail(CMPI_RC_ERR_FAILED, "the operation ended without an answer");
     } catch (const OperationError &e) {
       answer.fail(e.code(), e.what());
     } catch (const ProtocolError &e) {

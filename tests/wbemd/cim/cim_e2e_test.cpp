@@ -6,6 +6,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -45,11 +47,19 @@ class CimServiceTest : public ::testing::Test {
     EXPECT_EQ(err.find("Sanitizer"), std::string::npos) << err;
   }
 
-  // Serves call; the answer must be a complete one (finished, well-formed, in order).
+  // Serves call; the answer must be a complete one (finished, well-formed, in order). With
+  // WBEMD_ANSWER_DIR set, each answer is also written there, to be checked by hand (for
+  // example against the CIM-XML DTD with xmllint).
   RecordingSink serve(const wbem::CimCall &call) {
     RecordingSink sink;
     service_->serve(call, sink);
     EXPECT_FALSE(sink.misuse);
+    if (const char *dir = std::getenv("WBEMD_ANSWER_DIR")) {
+      const auto *test = ::testing::UnitTest::GetInstance()->current_test_info();
+      std::ofstream(std::string(dir) + "/" + test->name() + "-" + std::to_string(++answers_) +
+                    ".xml")
+          << sink.body;
+    }
     return sink;
   }
 
@@ -73,6 +83,7 @@ class CimServiceTest : public ::testing::Test {
   e2e::Workspace ws_;
   e2e::HostDaemon daemon_{ws_};
   std::unique_ptr<wbem::CimService> service_;
+  int answers_ = 0;
 };
 
 TEST_F(CimServiceTest, GetInstanceWritesEveryValueType) {
