@@ -114,6 +114,7 @@ void write_property(XmlOut &out, const std::string &name, const CMPIData &data,
       const CMPICount n = CMGetArrayCount(data.value.array, nullptr);
       for (CMPICount i = 0; i < n; ++i) {
         const CMPIData item = CMGetArrayElementAt(data.value.array, i, nullptr);
+        cli::OwnedData owned(item);  // a copy, released here
         std::string text;
         if ((item.state & CMPI_nullValue) != 0) {
           out.raw("<VALUE.NULL></VALUE.NULL>");
@@ -288,6 +289,7 @@ void write_value(XmlOut &out, const CMPIData &data, const PathContext &where) {
     const CMPICount n = CMGetArrayCount(data.value.array, nullptr);
     for (CMPICount i = 0; i < n; ++i) {
       const CMPIData item = CMGetArrayElementAt(data.value.array, i, nullptr);
+      cli::OwnedData owned(item);  // a copy, released here
       if ((item.state & CMPI_nullValue) != 0) {
         out.raw("<VALUE.NULL></VALUE.NULL>");
       } else if (refs) {
