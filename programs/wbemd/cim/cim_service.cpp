@@ -57,7 +57,9 @@ class Service : public CimService {
     }
     XmlReadResult read = read_xml(call.body, settings_.xml);
     if (!read.root) {
-      return refuse(call, sink, read.limit_exceeded ? 413 : 400, "request-not-well-formed",
+      // A document past a limit may be well-formed, but it is not one we read.
+      return refuse(call, sink, 400,
+                    read.limit_exceeded ? "request-not-valid" : "request-not-well-formed",
                     read.error);
     }
     CimRequest request;

@@ -480,6 +480,19 @@ TEST_F(CimServiceTest, MalformedXmlIs400NotWellFormed) {
   EXPECT_EQ(sink.cim_error, "request-not-well-formed");
 }
 
+TEST_F(CimServiceTest, XmlLimitsComeFromTheSettings) {
+  wbem::CimSettings settings;
+  settings.host_socket = ws_.socket;
+  settings.schema_database = ws_.schema_db;
+  settings.xml.max_depth = 4;
+  auto shallow = wbem::make_cim_service(settings);
+  RecordingSink sink;
+  shallow->serve(cimtest::captured_call("gi"), sink);
+  EXPECT_EQ(sink.status, 400);
+  EXPECT_EQ(sink.cim_error, "request-not-valid");
+  EXPECT_TRUE(sink.body.empty());
+}
+
 TEST_F(CimServiceTest, AHostThatCannotBeReachedIsCode1AndLogged) {
   wbem::CimSettings settings;
   settings.host_socket = ws_.dir + "/nothing.sock";
