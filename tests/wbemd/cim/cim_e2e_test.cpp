@@ -272,6 +272,16 @@ TEST_F(CimServiceTest, AssociatorsAndReferencesWithTheirNames) {
   EXPECT_EQ(first(*end, "KEYVALUE")->text, "chassis0");
 }
 
+TEST_F(CimServiceTest, GetInstanceByReferenceKeys) {
+  auto root = answer(cimtest::captured_call("gi-reference-keys"));
+  const XmlElement *inst = first(*root, "INSTANCE");
+  ASSERT_NE(inst, nullptr) << error_code(*root);
+  EXPECT_EQ(attr(inst, "CLASSNAME"), "Demo_ChassisFan");
+  const XmlElement *part = property(*inst, "PartComponent");
+  ASSERT_NE(part, nullptr);
+  EXPECT_EQ(first(*part, "KEYVALUE")->text, "fan0");
+}
+
 TEST_F(CimServiceTest, ExecQuery) {
   auto root = answer(cimtest::intrinsic_call(
       "ExecQuery", cimtest::value_param("QueryLanguage", "WQL") +
