@@ -272,6 +272,46 @@ TEST_F(CimServiceTest, AssociatorsAndReferencesWithTheirNames) {
   EXPECT_EQ(first(*end, "KEYVALUE")->text, "chassis0");
 }
 
+TEST_F(CimServiceTest, AssociationFiltersReachTheHost) {
+  const std::string source = cimtest::name_param("ObjectName", cimtest::chassis_name("chassis0"));
+  auto roles = answer(cimtest::intrinsic_call(
+      "AssociatorNames", source + cimtest::value_param("Role", "GroupComponent") +
+                             cimtest::value_param("ResultRole", "PartComponent")));
+  EXPECT_EQ(all(*roles, "OBJECTPATH").size(), 2u);
+  auto wrong_role = answer(cimtest::intrinsic_call(
+      "AssociatorNames", source + cimtest::value_param("Role", "PartComponent")));
+  EXPECT_EQ(error_code(*wrong_role), -1);
+  EXPECT_EQ(all(*wrong_role, "OBJECTPATH").size(), 0u);
+  EXPECT_NE(first(*wrong_role, "IRETURNVALUE"), nullptr);
+  auto other_class = answer(cimtest::intrinsic_call(
+      "References", source + cimtest::class_param("ResultClass", "Test_RackDevice")));
+  EXPECT_EQ(all(*other_class, "VALUE.OBJECTWITHPATH").size(), 0u);
+  // A PropertyList applies to associated instances too.
+  auto listed = answer(cimtest::intrinsic_call(
+      "Associators", source + "<IPARAMVALUE NAME=\"PropertyList\"><VALUE.ARRAY><VALUE>Speed"
+                              "</VALUE></VALUE.ARRAY></IPARAMVALUE>"));
+  const auto instances = all(*listed, "INSTANCE");
+  ASSERT_EQ(instances.size(), 2u);
+  EXPECT_EQ(instances[1]->children.size(), 1u);
+  EXPECT_NE(property(*instances[1], "Speed"), nullptr);
+}
+
+TEST_F(CimServiceTest, ShallowEnumerationKeepsTheClassesOwnProperties) {
+  auto deep = answer(cimtest::intrinsic_call(
+      "EnumerateInstances", cimtest::class_param("ClassName", "Test_Device")));
+  const auto deep_instances = all(*deep, "INSTANCE");
+  ASSERT_FALSE(deep_instances.empty()) << error_code(*deep);
+  EXPECT_NE(property(*deep_instances[0], "Uid"), nullptr);
+  auto shallow = answer(cimtest::intrinsic_call(
+      "EnumerateInstances", cimtest::class_param("ClassName", "Test_Device") +
+                                cimtest::value_param("DeepInheritance", "FALSE")));
+  const auto instances = all(*shallow, "INSTANCE");
+  ASSERT_EQ(instances.size(), deep_instances.size());
+  EXPECT_EQ(property(*instances[0], "Uid"), nullptr);
+  EXPECT_EQ(property(*instances[0], "Rack"), nullptr);
+  EXPECT_NE(property(*instances[0], "Id"), nullptr);
+}
+
 TEST_F(CimServiceTest, GetInstanceByReferenceKeys) {
   auto root = answer(cimtest::captured_call("gi-reference-keys"));
   const XmlElement *inst = first(*root, "INSTANCE");
