@@ -43,9 +43,9 @@ bool same_name(const std::string &a, const std::string &b) {
   return strcasecmp(a.c_str(), b.c_str()) == 0;
 }
 
-void check_version(const std::string *value, const char *what, const char *cim_error) {
-  if (value == nullptr || value->size() < 2 || (*value)[0] != (what[0] == 'P' ? '1' : '2') ||
-      (*value)[1] != '.') {
+// A version attribute: present, with the major version wanted ("2.0", "2.1" for major '2').
+void check_version(const std::string *value, char major, const char *what, const char *cim_error) {
+  if (value == nullptr || value->size() < 2 || (*value)[0] != major || (*value)[1] != '.') {
     throw ProtocolError(400, cim_error,
                         std::string("unsupported ") + what + " " + (value ? *value : "(none)"));
   }
@@ -316,10 +316,10 @@ std::vector<cli::ParsedValue> read_instance_values(const XmlElement &instance,
 CimRequest decode_request(const XmlElement &root, const std::string &cim_method,
                           const std::string &cim_object) {
   if (root.name != "CIM") not_valid("the document is not a CIM element but " + root.name);
-  check_version(root.attribute("CIMVERSION"), "CIM version", "unsupported-cim-version");
-  check_version(root.attribute("DTDVERSION"), "DTD version", "unsupported-dtd-version");
+  check_version(root.attribute("CIMVERSION"), '2', "CIM version", "unsupported-cim-version");
+  check_version(root.attribute("DTDVERSION"), '2', "DTD version", "unsupported-dtd-version");
   const XmlElement &message = only_child(root, "MESSAGE");
-  check_version(message.attribute("PROTOCOLVERSION"), "Protocol version",
+  check_version(message.attribute("PROTOCOLVERSION"), '1', "protocol version",
                 "unsupported-protocol-version");
   CimRequest r;
   if (const std::string *id = message.attribute("ID")) r.message_id = *id;

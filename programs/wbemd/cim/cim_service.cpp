@@ -48,13 +48,18 @@ class Service : public CimService {
   }
 
   void serve_call(const CimCall &call, AnswerSink &sink) {
+    if (call.cim_operation.empty()) {
+      return refuse(call, sink, 400, "header-mismatch", "the request has no CIMOperation header");
+    }
     if (call.cim_operation != "MethodCall") {
-      return refuse(call, sink, 400, "header-mismatch",
+      return refuse(call, sink, 501, "unsupported-operation",
                     "CIMOperation is '" + call.cim_operation + "', not MethodCall");
     }
     XmlReadResult read = read_xml(call.body, settings_.xml);
     if (!read.root) {
-      return refuse(call, sink, read.limit_exceeded ? 413 : 400, "request-not-well-formed",
+      // A document past a limit may be well-formed, but it is not one we read.
+      return refuse(call, sink, 400,
+                    read.limit_exceeded ? "request-not-valid" : "request-not-well-formed",
                     read.error);
     }
     CimRequest request;
@@ -79,6 +84,7 @@ class Service : public CimService {
                 log_name(request.name).c_str(), log_name(request.name_space).c_str(),
                 log_name(call.user).c_str(), log_name(call.peer).c_str());
       serve_operation(request, context, answer);
+      if (!answer.done()) answer.fail(CMPI_RC_ERR_FAILED, "the operation ended without an answer");
     } catch (const OperationError &e) {
       answer.fail(e.code(), e.what());
     } catch (const ProtocolError &e) {

@@ -1,13 +1,11 @@
 // host_link.cpp - requests out, answers in.
 #include "host_link.h"
 
-#include <cmpiutility/records.h>
 #include <cmpiutility/stream.h>
 
 #include <cstdlib>
 #include <deque>
 #include <exception>
-#include <iostream>
 #include <mutex>
 #include <sstream>
 

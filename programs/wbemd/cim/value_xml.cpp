@@ -105,11 +105,16 @@ void write_property(XmlOut &out, const std::string &name, const CMPIData &data,
     }
     const std::string type_name = cim_type_name(element == CMPI_instance ? CMPI_string : element);
     out.open("PROPERTY.ARRAY", {{"NAME", name}, {"TYPE", type_name}});
-    if (!is_null && data.value.array != nullptr) {
+    // The decoded array cannot tell empty from null; the frame can.
+    const bool empty = !wire.isNull() && cli::wire_value(wire).empty_array;
+    if (empty) {
+      out.empty("VALUE.ARRAY");
+    } else if (!is_null && data.value.array != nullptr) {
       out.open("VALUE.ARRAY");
       const CMPICount n = CMGetArrayCount(data.value.array, nullptr);
       for (CMPICount i = 0; i < n; ++i) {
         const CMPIData item = CMGetArrayElementAt(data.value.array, i, nullptr);
+        cli::OwnedData owned(item);  // a copy, released here
         std::string text;
         if ((item.state & CMPI_nullValue) != 0) {
           out.raw("<VALUE.NULL></VALUE.NULL>");
@@ -284,6 +289,7 @@ void write_value(XmlOut &out, const CMPIData &data, const PathContext &where) {
     const CMPICount n = CMGetArrayCount(data.value.array, nullptr);
     for (CMPICount i = 0; i < n; ++i) {
       const CMPIData item = CMGetArrayElementAt(data.value.array, i, nullptr);
+      cli::OwnedData owned(item);  // a copy, released here
       if ((item.state & CMPI_nullValue) != 0) {
         out.raw("<VALUE.NULL></VALUE.NULL>");
       } else if (refs) {

@@ -4,6 +4,7 @@
 #include <expat.h>
 #include <strings.h>
 
+#include <cstdint>
 #include <new>
 
 namespace wbem {

@@ -1,59 +1,25 @@
 // xml_writer.cpp - escaping, and tags around it.
 #include "xml_writer.h"
 
+#include "utf8_sequence.h"
+
 namespace wbem {
 namespace {
 
 constexpr std::string_view kReplacement = "\xef\xbf\xbd";  // U+FFFD
 
-// The length of the well-formed UTF-8 sequence at text[i] (1 for ASCII), 0 when there is none;
-// its code point in *code.
-std::size_t sequence(std::string_view text, std::size_t i, unsigned *code) {
-  const auto at = [&](std::size_t k) { return static_cast<unsigned char>(text[i + k]); };
-  const unsigned char lead = at(0);
-  if (lead < 0x80) {
-    *code = lead;
-    return 1;
-  }
-  std::size_t length = 0;
-  unsigned char low = 0x80, high = 0xbf;
-  if (lead >= 0xc2 && lead <= 0xdf) {
-    length = 2;
-  } else if (lead >= 0xe0 && lead <= 0xef) {
-    length = 3;
-    if (lead == 0xe0) low = 0xa0;
-    if (lead == 0xed) high = 0x9f;  // no surrogates
-  } else if (lead >= 0xf0 && lead <= 0xf4) {
-    length = 4;
-    if (lead == 0xf0) low = 0x90;
-    if (lead == 0xf4) high = 0x8f;
-  } else {
-    return 0;
-  }
-  if (i + length > text.size()) return 0;
-  if (at(1) < low || at(1) > high) return 0;
-  unsigned c = lead & (0xff >> (length + 1));
-  c = (c << 6) | (at(1) & 0x3f);
-  for (std::size_t k = 2; k < length; ++k) {
-    if ((at(k) & 0xc0) != 0x80) return 0;
-    c = (c << 6) | (at(k) & 0x3f);
-  }
-  *code = c;
-  return length;
-}
-
 void escape(std::string_view text, std::string *out, bool attribute) {
   out->reserve(out->size() + text.size());
   std::size_t i = 0;
   while (i < text.size()) {
-    unsigned code = 0;
-    const std::size_t n = sequence(text, i, &code);
-    if (n == 0) {  // not UTF-8: one byte replaced
-      out->append(kReplacement);
-      ++i;
-      continue;
-    }
-    if (n > 1) {
+    if (static_cast<unsigned char>(text[i]) >= 0x80) {
+      unsigned code = 0;
+      const std::size_t n = wire::utf8_sequence(text, i, &code);
+      if (n == 0) {  // not UTF-8: one byte replaced
+        out->append(kReplacement);
+        ++i;
+        continue;
+      }
       if (code == 0xfffe || code == 0xffff) {
         out->append(kReplacement);
       } else {

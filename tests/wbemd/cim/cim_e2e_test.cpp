@@ -1,14 +1,20 @@
 // The CIM half against a real cmpi-hostd with the demo provider: every operation through
 // make_cim_service and a recording sink, the answers read back and their values checked.
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <string>
 
 #include "cim_service.h"
 #include "cim_test_support.h"
 #include "hostd_harness.h"
+#include "log_capture.h"
 
 namespace {
 
@@ -22,8 +28,10 @@ using wbem::XmlElement;
 
 class CimServiceTest : public ::testing::Test {
  protected:
+  virtual std::vector<std::string> options() const { return {}; }
+
   void SetUp() override {
-    ASSERT_TRUE(daemon_.start());
+    ASSERT_TRUE(daemon_.start(options()));
     wbem::CimSettings settings;
     settings.host_socket = ws_.socket;
     settings.host_timeout = 10;
@@ -39,11 +47,19 @@ class CimServiceTest : public ::testing::Test {
     EXPECT_EQ(err.find("Sanitizer"), std::string::npos) << err;
   }
 
-  // Serves call; the answer must be a complete one (finished, well-formed, in order).
+  // Serves call; the answer must be a complete one (finished, well-formed, in order). With
+  // WBEMD_ANSWER_DIR set, each answer is also written there, to be checked by hand (for
+  // example against the CIM-XML DTD with xmllint).
   RecordingSink serve(const wbem::CimCall &call) {
     RecordingSink sink;
     service_->serve(call, sink);
     EXPECT_FALSE(sink.misuse);
+    if (const char *dir = std::getenv("WBEMD_ANSWER_DIR")) {
+      const auto *test = ::testing::UnitTest::GetInstance()->current_test_info();
+      std::ofstream(std::string(dir) + "/" + test->name() + "-" + std::to_string(++answers_) +
+                    ".xml")
+          << sink.body;
+    }
     return sink;
   }
 
@@ -67,6 +83,7 @@ class CimServiceTest : public ::testing::Test {
   e2e::Workspace ws_;
   e2e::HostDaemon daemon_{ws_};
   std::unique_ptr<wbem::CimService> service_;
+  int answers_ = 0;
 };
 
 TEST_F(CimServiceTest, GetInstanceWritesEveryValueType) {
@@ -255,6 +272,56 @@ TEST_F(CimServiceTest, AssociatorsAndReferencesWithTheirNames) {
   EXPECT_EQ(first(*end, "KEYVALUE")->text, "chassis0");
 }
 
+TEST_F(CimServiceTest, AssociationFiltersReachTheHost) {
+  const std::string source = cimtest::name_param("ObjectName", cimtest::chassis_name("chassis0"));
+  auto roles = answer(cimtest::intrinsic_call(
+      "AssociatorNames", source + cimtest::value_param("Role", "GroupComponent") +
+                             cimtest::value_param("ResultRole", "PartComponent")));
+  EXPECT_EQ(all(*roles, "OBJECTPATH").size(), 2u);
+  auto wrong_role = answer(cimtest::intrinsic_call(
+      "AssociatorNames", source + cimtest::value_param("Role", "PartComponent")));
+  EXPECT_EQ(error_code(*wrong_role), -1);
+  EXPECT_EQ(all(*wrong_role, "OBJECTPATH").size(), 0u);
+  EXPECT_NE(first(*wrong_role, "IRETURNVALUE"), nullptr);
+  auto other_class = answer(cimtest::intrinsic_call(
+      "References", source + cimtest::class_param("ResultClass", "Test_RackDevice")));
+  EXPECT_EQ(all(*other_class, "VALUE.OBJECTWITHPATH").size(), 0u);
+  // A PropertyList applies to associated instances too.
+  auto listed = answer(cimtest::intrinsic_call(
+      "Associators", source + "<IPARAMVALUE NAME=\"PropertyList\"><VALUE.ARRAY><VALUE>Speed"
+                              "</VALUE></VALUE.ARRAY></IPARAMVALUE>"));
+  const auto instances = all(*listed, "INSTANCE");
+  ASSERT_EQ(instances.size(), 2u);
+  EXPECT_EQ(instances[1]->children.size(), 1u);
+  EXPECT_NE(property(*instances[1], "Speed"), nullptr);
+}
+
+TEST_F(CimServiceTest, ShallowEnumerationKeepsTheClassesOwnProperties) {
+  auto deep = answer(cimtest::intrinsic_call(
+      "EnumerateInstances", cimtest::class_param("ClassName", "Test_Device")));
+  const auto deep_instances = all(*deep, "INSTANCE");
+  ASSERT_FALSE(deep_instances.empty()) << error_code(*deep);
+  EXPECT_NE(property(*deep_instances[0], "Uid"), nullptr);
+  auto shallow = answer(cimtest::intrinsic_call(
+      "EnumerateInstances", cimtest::class_param("ClassName", "Test_Device") +
+                                cimtest::value_param("DeepInheritance", "FALSE")));
+  const auto instances = all(*shallow, "INSTANCE");
+  ASSERT_EQ(instances.size(), deep_instances.size());
+  EXPECT_EQ(property(*instances[0], "Uid"), nullptr);
+  EXPECT_EQ(property(*instances[0], "Rack"), nullptr);
+  EXPECT_NE(property(*instances[0], "Id"), nullptr);
+}
+
+TEST_F(CimServiceTest, GetInstanceByReferenceKeys) {
+  auto root = answer(cimtest::captured_call("gi-reference-keys"));
+  const XmlElement *inst = first(*root, "INSTANCE");
+  ASSERT_NE(inst, nullptr) << error_code(*root);
+  EXPECT_EQ(attr(inst, "CLASSNAME"), "Demo_ChassisFan");
+  const XmlElement *part = property(*inst, "PartComponent");
+  ASSERT_NE(part, nullptr);
+  EXPECT_EQ(first(*part, "KEYVALUE")->text, "fan0");
+}
+
 TEST_F(CimServiceTest, ExecQuery) {
   auto root = answer(cimtest::intrinsic_call(
       "ExecQuery", cimtest::value_param("QueryLanguage", "WQL") +
@@ -302,6 +369,48 @@ TEST_F(CimServiceTest, EnumerateClassesAndClassNames) {
   EXPECT_NE(std::find(found.begin(), found.end(), "Demo_ChassisFan"), found.end());
   auto classes = answer(cimtest::captured_call("ec"));
   EXPECT_EQ(all(*classes, "CLASS").size(), found.size());
+}
+
+TEST_F(CimServiceTest, ClassHierarchyAndQualifiers) {
+  auto below = answer(cimtest::intrinsic_call(
+      "EnumerateClassNames", cimtest::class_param("ClassName", "Test_Device")));
+  const auto names = all(*below, "CLASSNAME");
+  ASSERT_EQ(names.size(), 1u);
+  EXPECT_EQ(attr(names[0], "NAME"), "Test_Disk");
+
+  // Inherited properties come first; LocalOnly leaves them out.
+  auto disk = answer(cimtest::intrinsic_call(
+      "GetClass", cimtest::class_param("ClassName", "Test_Disk") +
+                      cimtest::value_param("LocalOnly", "FALSE") +
+                      cimtest::value_param("IncludeClassOrigin", "TRUE")));
+  const XmlElement *cls = first(*disk, "CLASS");
+  ASSERT_NE(cls, nullptr);
+  EXPECT_EQ(attr(cls, "SUPERCLASS"), "Test_Device");
+  ASSERT_GE(cls->children.size(), 7u);
+  EXPECT_EQ(attr(cls->children[0].get(), "NAME"), "Id");
+  EXPECT_EQ(attr(cls->children[0].get(), "CLASSORIGIN"), "Test_Device");
+  EXPECT_EQ(attr(property(*cls, "Uid"), "CLASSORIGIN"), "Test_Disk");
+  EXPECT_EQ(property(*cls, "Roles")->name, "PROPERTY.ARRAY");
+  auto local = answer(
+      cimtest::intrinsic_call("GetClass", cimtest::class_param("ClassName", "Test_Disk")));
+  const XmlElement *own = first(*local, "CLASS");
+  ASSERT_NE(own, nullptr);
+  EXPECT_EQ(own->children.size(), 2u);
+  EXPECT_EQ(property(*own, "Id"), nullptr);
+
+  auto device = answer(
+      cimtest::intrinsic_call("GetClass", cimtest::class_param("ClassName", "Test_Device")));
+  std::vector<std::string> qualifiers;
+  for (const auto &c : first(*device, "CLASS")->children) {
+    if (c->name == "QUALIFIER") qualifiers.push_back(attr(c.get(), "NAME"));
+  }
+  EXPECT_EQ(qualifiers, std::vector<std::string>{"Abstract"});
+  auto link = answer(
+      cimtest::intrinsic_call("GetClass", cimtest::class_param("ClassName", "Test_RackDevice")));
+  const XmlElement *link_class = first(*link, "CLASS");
+  EXPECT_EQ(attr(link_class->children[0].get(), "NAME"), "Association");
+  EXPECT_EQ(attr(property(*link_class, "Rack"), "REFERENCECLASS"), "Test_Rack");
+  EXPECT_EQ(attr(first(*link_class, "METHOD"), "NAME"), "Probe");
 }
 
 TEST_F(CimServiceTest, GetPropertyAndSetProperty) {
@@ -356,6 +465,20 @@ TEST_F(CimServiceTest, AnEnumerationThatFailsMidStreamEndsWithFail) {
   EXPECT_EQ(sink.body.find("</CIM>"), std::string::npos);
 }
 
+TEST_F(CimServiceTest, EnumerationsAreWrittenAsTheyArrive) {
+  RecordingSink sink = serve(cimtest::intrinsic_call(
+      "EnumerateInstances", cimtest::class_param("ClassName", "Test_Many")));
+  EXPECT_TRUE(sink.finished);
+  auto root = cimtest::parse(sink.body);
+  ASSERT_NE(root, nullptr);
+  const auto named = all(*root, "VALUE.NAMEDINSTANCE");
+  ASSERT_EQ(named.size(), 3000u);
+  EXPECT_EQ(attr(first(*named[2999], "INSTANCE"), "CLASSNAME"), "Test_Many");
+  // The answer went out in many pieces, each with the results of one piece from the host,
+  // not collected whole.
+  EXPECT_GT(sink.writes, 10);
+}
+
 TEST_F(CimServiceTest, TheProviderServesTheCallsUser) {
   auto root = answer(cimtest::captured_call("gi", "nobody"));
   EXPECT_EQ(value_of(property(*first(*root, "INSTANCE"), "EffectiveUserID")), "65534");
@@ -387,6 +510,18 @@ TEST_F(CimServiceTest, HeadersThatDoNotMatchTheBodyAre400) {
   EXPECT_EQ(sink.cim_error, "header-mismatch");
 }
 
+TEST_F(CimServiceTest, OnlyMethodCallsAreServed) {
+  wbem::CimCall call = cimtest::captured_call("gi");
+  call.cim_operation = "MethodResponse";
+  RecordingSink sink = serve(call);
+  EXPECT_EQ(sink.status, 501);
+  EXPECT_EQ(sink.cim_error, "unsupported-operation");
+  call.cim_operation = "";
+  sink = serve(call);
+  EXPECT_EQ(sink.status, 400);
+  EXPECT_EQ(sink.cim_error, "header-mismatch");
+}
+
 TEST_F(CimServiceTest, MalformedXmlIs400NotWellFormed) {
   wbem::CimCall call = cimtest::captured_call("gi");
   call.body = call.body.substr(0, call.body.size() / 2);
@@ -395,17 +530,103 @@ TEST_F(CimServiceTest, MalformedXmlIs400NotWellFormed) {
   EXPECT_EQ(sink.cim_error, "request-not-well-formed");
 }
 
-TEST_F(CimServiceTest, AHostThatCannotBeReachedIsCode1) {
+TEST_F(CimServiceTest, XmlLimitsComeFromTheSettings) {
+  wbem::CimSettings settings;
+  settings.host_socket = ws_.socket;
+  settings.schema_database = ws_.schema_db;
+  settings.xml.max_depth = 4;
+  auto shallow = wbem::make_cim_service(settings);
+  RecordingSink sink;
+  shallow->serve(cimtest::captured_call("gi"), sink);
+  EXPECT_EQ(sink.status, 400);
+  EXPECT_EQ(sink.cim_error, "request-not-valid");
+  EXPECT_TRUE(sink.body.empty());
+}
+
+TEST_F(CimServiceTest, AHostThatCannotBeReachedIsCode1AndLogged) {
   wbem::CimSettings settings;
   settings.host_socket = ws_.dir + "/nothing.sock";
   settings.schema_database = ws_.schema_db;
   auto service = wbem::make_cim_service(settings);
+  cmpitest::LogCapture log;
   RecordingSink sink;
   service->serve(cimtest::captured_call("gi"), sink);
   EXPECT_TRUE(sink.finished);
   auto root = cimtest::parse(sink.body);
   ASSERT_NE(root, nullptr);
   EXPECT_EQ(error_code(*root), 1);
+  EXPECT_TRUE(log.contains({"GetInstance of Demo_Fan for root: the provider host failed: cannot "
+                            "connect to the daemon at " + settings.host_socket +
+                                ": No such file or directory",
+                            2, 234}))
+      << ::testing::PrintToString(log.lines());
+}
+
+TEST_F(CimServiceTest, ARefusedRequestIsLogged) {
+  cmpitest::LogCapture log;
+  wbem::CimCall call = cimtest::captured_call("gi");
+  call.body = "<!DOCTYPE CIM><CIM/>";
+  serve(call);
+  EXPECT_TRUE(log.contains({"request from 127.0.0.1:40000 (user root) refused: a document type "
+                            "declaration is not accepted",
+                            2, 234}))
+      << ::testing::PrintToString(log.lines());
+}
+
+// The front end does not run as root: cmpi-hostd admits its user as a proxy, which may act for
+// the users it authenticated but not for root.
+class CimProxyTest : public CimServiceTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--allow-proxy-user", "nobody"}; }
+
+  // The answer to call, served by the service in a child process running as nobody.
+  std::string serve_as_nobody(const wbem::CimCall &call) {
+    int fds[2];
+    if (pipe(fds) != 0) return "";
+    const pid_t child = fork();
+    if (child == 0) {
+      close(fds[0]);
+      const passwd *pw = getpwnam("nobody");
+      if (pw == nullptr || setgroups(0, nullptr) != 0 || setgid(pw->pw_gid) != 0 ||
+          setuid(pw->pw_uid) != 0) {
+        _exit(2);
+      }
+      RecordingSink sink;
+      service_->serve(call, sink);
+      const char *p = sink.body.data();
+      std::size_t left = sink.body.size();
+      while (left > 0) {
+        const ssize_t n = ::write(fds[1], p, left);
+        if (n <= 0) _exit(3);
+        p += n;
+        left -= static_cast<std::size_t>(n);
+      }
+      _exit(0);
+    }
+    close(fds[1]);
+    std::string body;
+    char buf[4096];
+    ssize_t n;
+    while ((n = ::read(fds[0], buf, sizeof buf)) > 0) body.append(buf, static_cast<std::size_t>(n));
+    close(fds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    return body;
+  }
+};
+
+TEST_F(CimProxyTest, TheProviderSeesTheAuthenticatedUser) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  const passwd *daemon_user = getpwnam("daemon");
+  ASSERT_NE(daemon_user, nullptr);
+  auto root = cimtest::parse(serve_as_nobody(cimtest::captured_call("gi", "daemon")));
+  ASSERT_NE(root, nullptr);
+  EXPECT_EQ(value_of(property(*first(*root, "INSTANCE"), "EffectiveUserID")),
+            std::to_string(daemon_user->pw_uid));
+  auto refused = cimtest::parse(serve_as_nobody(cimtest::captured_call("gi", "root")));
+  ASSERT_NE(refused, nullptr);
+  EXPECT_EQ(error_code(*refused), 2);
 }
 
 }  // namespace

@@ -158,6 +158,20 @@ TEST(RequestDecoding, StaticMethodOnAClassPath) {
   EXPECT_TRUE(d.request.target.keys.empty());
 }
 
+TEST(RequestDecoding, ReferenceKeysAsWbemcliSendsThem) {
+  Decoded d = captured("gi-reference-keys");
+  const cli::ParsedPath path = wbem::read_instance_name(
+      *wbem::param(d.request, "InstanceName").child("INSTANCENAME"), d.request.name_space);
+  EXPECT_EQ(path.class_name, "Demo_ChassisFan");
+  ASSERT_EQ(path.keys.size(), 2u);
+  EXPECT_EQ(path.keys[0].kind, cli::KeyBinding::Kind::kReference);
+  EXPECT_EQ(path.keys[0].reference->class_name, "Demo_Chassis");
+  EXPECT_EQ(path.keys[0].reference->name_space, "root/cimv2");
+  EXPECT_EQ(path.keys[1].reference->class_name, "Demo_Fan");
+  ASSERT_EQ(path.keys[1].reference->keys.size(), 2u);
+  EXPECT_EQ(path.keys[1].reference->keys[1].text, "bmc0");
+}
+
 TEST(RequestDecoding, TypedKeysAndReferenceKeys) {
   // As wbemcli sends keys: numeric and boolean from unquoted text, references with their host.
   const std::string name =

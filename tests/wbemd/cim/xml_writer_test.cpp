@@ -1,11 +1,13 @@
-// The CIM-XML writer: escaping of every special character, every value type, nulls, arrays,
+// The CIM-XML writer: escaping of every markup character, every value type, nulls, arrays,
 // references, embedded instances, char16 and date-times, and round trips through the reader.
 #include <cmpiinterface.h>
 #include <cmpimacs.h>
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <string>
 
+#include "cim_request.h"
 #include "cim_test_support.h"
 #include "cmpi_build.h"
 #include "value_xml.h"
@@ -19,6 +21,12 @@ using cimtest::property;
 using cimtest::value_of;
 using wbem::XmlOut;
 
+std::string wire_lower(const char *name) {
+  std::string out(name);
+  for (char &c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
 std::string escaped_text(const std::string &in) {
   std::string out;
   wbem::escape_text(in, &out);
@@ -30,7 +38,7 @@ std::string escaped_attribute(const std::string &in) {
   return out;
 }
 
-TEST(XmlWriter, EscapesTheFiveSpecialCharacters) {
+TEST(XmlWriter, EscapesTheFiveMarkupCharacters) {
   EXPECT_EQ(escaped_text("a<b>&c\"d'e"), "a&lt;b&gt;&amp;c&quot;d&apos;e");
   EXPECT_EQ(escaped_attribute("<&>\"'"), "&lt;&amp;&gt;&quot;&apos;");
 }
@@ -183,6 +191,22 @@ TEST_F(ValueWriting, AFrameTellsANullStringFromAnEmptyOne) {
   EXPECT_EQ(value_of(property(*cimtest::parse(plain.str()), "Note")), "");
 }
 
+TEST_F(ValueWriting, AFrameTellsAnEmptyArrayFromANullOne) {
+  CMSetProperty(inst_.get(), "Empty", nullptr, CMPI_uint16A);
+  Json::Value props;
+  props["Empty"]["DataState"] = 0;
+  props["Empty"]["DataType"] = 8352;
+  XmlOut out;
+  write_instance(out, inst_.get(), props, {}, {"here", "root/cimv2"});
+  EXPECT_NE(out.str().find("<PROPERTY.ARRAY NAME=\"Empty\" TYPE=\"uint16\"><VALUE.ARRAY></VALUE.ARRAY>"
+                           "</PROPERTY.ARRAY>"),
+            std::string::npos);
+  XmlOut plain;
+  write_instance(plain, inst_.get(), Json::Value(), {}, {"here", "root/cimv2"});
+  EXPECT_NE(plain.str().find("<PROPERTY.ARRAY NAME=\"Empty\" TYPE=\"uint16\"></PROPERTY.ARRAY>"),
+            std::string::npos);
+}
+
 TEST_F(ValueWriting, Arrays) {
   auto inst = written();
   const wbem::XmlElement *list = property(*inst, "List");
@@ -234,6 +258,51 @@ TEST_F(ValueWriting, PropertyListFilter) {
   EXPECT_NE(property(*inst, "When"), nullptr);
 }
 
+// Written, read back with the reader, decoded as a request's instance: the same values.
+TEST_F(ValueWriting, RoundTrip) {
+  wbem::PropertyFilter all_but_embedded;
+  all_but_embedded.all = false;
+  for (const char *name : {"Id", "Flag", "Letter", "U8", "U16", "U32", "U64", "S8", "S16", "S32",
+                           "S64", "R32", "R64", "When", "Nothing", "List", "Target"}) {
+    all_but_embedded.names.insert(wire_lower(name));
+  }
+  auto inst = written(all_but_embedded);
+  ASSERT_NE(inst, nullptr);
+  const std::vector<cli::ParsedValue> values = wbem::read_instance_values(*inst, "root/cimv2");
+  ASSERT_EQ(values.size(), 17u);
+  auto find = [&](const std::string &name) -> const cli::ParsedValue & {
+    for (const auto &v : values) {
+      if (v.name == name) return v;
+    }
+    ADD_FAILURE() << name;
+    return values[0];
+  };
+  EXPECT_EQ(find("Id").items[0].text, "a<&>\"b");
+  EXPECT_TRUE(find("Flag").items[0].boolean_value);
+  EXPECT_EQ(find("Letter").type, static_cast<CMPIType>(CMPI_char16));
+  EXPECT_EQ(find("Letter").items[0].unsigned_value, 0xe9u);
+  EXPECT_EQ(find("U64").items[0].unsigned_value, 18446744073709551615ull);
+  EXPECT_EQ(find("S8").items[0].signed_value, -128);
+  EXPECT_EQ(find("S64").items[0].signed_value, -9223372036854775807ll - 1);
+  EXPECT_EQ(find("R32").items[0].real_value, 0.25);
+  EXPECT_EQ(find("R64").items[0].real_value, 0.1);
+  EXPECT_EQ(find("When").type, static_cast<CMPIType>(CMPI_dateTime));
+  EXPECT_EQ(find("When").items[0].text, "20240115103000.000000+060");
+  EXPECT_TRUE(find("Nothing").is_null);
+  const cli::ParsedValue &list = find("List");
+  EXPECT_EQ(list.type, static_cast<CMPIType>(CMPI_uint16A));
+  ASSERT_EQ(list.items.size(), 3u);
+  EXPECT_EQ(list.items[1].unsigned_value, 20u);
+  const cli::ParsedValue &target = find("Target");
+  EXPECT_EQ(target.type, static_cast<CMPIType>(CMPI_ref));
+  ASSERT_TRUE(target.items[0].reference);
+  EXPECT_EQ(target.items[0].reference->name_space, "root/other");
+  EXPECT_EQ(target.items[0].reference->class_name, "Test_Target");
+  ASSERT_EQ(target.items[0].reference->keys.size(), 2u);
+  EXPECT_EQ(target.items[0].reference->keys[1].kind, cli::KeyBinding::Kind::kInteger);
+  EXPECT_EQ(target.items[0].reference->keys[1].text, "7");
+}
+
 TEST_F(ValueWriting, InstanceNameAndPath) {
   XmlOut out;
   write_instance_path(out, path_.get(), {"here", "root/cimv2"});
@@ -258,7 +327,7 @@ TEST(ValueXml, WriteValueOfNullWritesNothing) {
   EXPECT_EQ(out.str(), "<VALUE>5</VALUE>");
 }
 
-TEST(ValueXml, RealsSpecialValues) {
+TEST(ValueXml, RealsInfinities) {
   std::string text;
   CMPIValue v;
   v.real64 = 1.0 / 0.0;
