@@ -225,10 +225,46 @@ class WbemcliLargeTest : public WbemcliVerbTest {
   }
 };
 
+// The EnumerateInstances request wbemcli sends (captured by the CIM half's tests), for a class.
+std::string enumerate_instances_body(const std::string &class_name) {
+  std::ifstream in(std::string(REQUESTS_DIR) + "/ei.xml", std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  std::string body = text.str();
+  std::size_t at = body.find("\"Demo_Fan\"");
+  if (at != std::string::npos) body.replace(at + 1, 8, class_name);
+  return body;
+}
+
+std::size_t count_of(const std::string &text, const std::string &what) {
+  std::size_t n = 0;
+  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+  return n;
+}
+
 TEST_F(WbemcliLargeTest, TenThousandInstancesStreamWithFlatMemory) {
   std::string out;
   ASSERT_EQ(wbemcli({"ein", url("Demo_Fan")}, &out), 0) << out;  // warm up
   long before = wbemtest::status_field(wbemd_.pid(), "VmHWM");
+
+  // The answer itself, on one kept-alive connection: chunked, whole, 10,000 instances, and the
+  // status trailer for the client that asked for trailers.
+  httptest::Connection c(wbemd_.http_port());
+  std::string body = enumerate_instances_body("Bench_Item");
+  ASSERT_TRUE(c.send(httptest::cim_request("EnumerateInstances", body, "", "")));
+  httptest::Answer plain = c.read_answer(120000);
+  EXPECT_EQ(plain.status, 200);
+  EXPECT_TRUE(plain.chunked);
+  EXPECT_TRUE(plain.complete);
+  EXPECT_EQ(count_of(plain.body, "<VALUE.NAMEDINSTANCE>"), 10000u);
+  EXPECT_GT(plain.body.size(), 8u * 1024 * 1024);
+  ASSERT_TRUE(c.send(httptest::cim_request("EnumerateInstances", body, "TE: trailers\r\n", "")));
+  httptest::Answer trailers = c.read_answer(120000);
+  EXPECT_TRUE(trailers.complete);
+  EXPECT_EQ(trailers.trailers["cimstatuscode"], "0");
+  EXPECT_EQ(trailers.body.size(), plain.body.size());
+
+  // And as wbemcli prints it, without and with -cte.
   ASSERT_EQ(wbemcli({"ei", url("Bench_Item")}, &out, 120), 0) << out.substr(0, 2000);
   auto lines = lines_of(out);
   ASSERT_EQ(lines.size(), 10000u);
@@ -237,12 +273,19 @@ TEST_F(WbemcliLargeTest, TenThousandInstancesStreamWithFlatMemory) {
   EXPECT_THAT(lines[9999], HasSubstr("Label=\"Bench item number 9999\""));
   ASSERT_EQ(wbemcli({"-cte", "ei", url("Bench_Item")}, &out, 120), 0) << out.substr(0, 2000);
   EXPECT_EQ(lines_of(out).size(), 10000u);
+
+  // Four answers of about 10 MB passed; the daemon's peak resident set grew by less than one
+  // answer would take held whole: half of one (the sanitizer build's allocator and its shadow
+  // memory keep more per thread, so there by less than one).
   long after = wbemtest::status_field(wbemd_.pid(), "VmHWM");
-  // Two answers of several megabytes each passed (wbemcli prints 2 MB of the XML); the daemon's
-  // peak resident set hardly moved.
-  EXPECT_GT(out.size(), 2u * 1024 * 1024);
-  EXPECT_LT(after - before, 8 * 1024) << "VmHWM " << before << " kB -> " << after << " kB";
-  EXPECT_THAT(wbemd_.log(), HasSubstr("EnumerateInstances root%2Fcimv2"));
+  std::printf("cmpi-wbemd VmHWM %ld kB -> %ld kB for answers of %zu bytes\n", before, after,
+              plain.body.size());
+#ifdef CMPIUTILITY_SANITIZED
+  const long bound_kib = static_cast<long>(plain.body.size() / 1024);
+#else
+  const long bound_kib = static_cast<long>(plain.body.size() / 1024 / 2);
+#endif
+  EXPECT_LT(after - before, bound_kib) << "VmHWM " << before << " kB -> " << after << " kB";
 }
 
 // Logins checked with PAM for a real local user; cmpi-hostd does not let the proxy act as root.
