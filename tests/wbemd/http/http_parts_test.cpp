@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <thread>
 
 #include "answer_pipe.h"
@@ -10,6 +14,7 @@
 #include "daemon_options.h"
 #include "http_log.h"
 #include "listen_socket.h"
+#include "local_peer.h"
 #include "login_throttle.h"
 #include "raw_http.h"
 #include "request_checks.h"
@@ -203,6 +208,26 @@ TEST(ListenSocket, LoopbackAddresses) {
   EXPECT_FALSE(wbem::is_loopback_address("10.0.0.1"));
   EXPECT_FALSE(wbem::is_loopback_address(""));
   EXPECT_FALSE(wbem::is_loopback_address("localhost"));
+}
+
+TEST(LocalPeer, TheOwnerOfALoopbackClientSocketIsFound) {
+  int listener = -1;
+  std::string error;
+  ASSERT_TRUE(wbem::open_listening_socket({"127.0.0.1", 0}, &listener, &error)) << error;
+  struct sockaddr_in address;
+  socklen_t size = sizeof address;
+  ASSERT_EQ(getsockname(listener, reinterpret_cast<struct sockaddr *>(&address), &size), 0);
+  httptest::Connection client(ntohs(address.sin_port));
+  ASSERT_TRUE(client.connected());
+  int served = accept(listener, nullptr, nullptr);
+  ASSERT_GE(served, 0);
+  uid_t uid = 12345;
+  EXPECT_TRUE(wbem::loopback_peer_uid(served, &uid));
+  EXPECT_EQ(uid, geteuid());
+  // Nothing is found in tables that do not list the connection.
+  EXPECT_FALSE(wbem::loopback_peer_uid(served, &uid, "/nonexistent"));
+  close(served);
+  close(listener);
 }
 
 wbem::DaemonParse parse(std::vector<std::string> args, wbem::DaemonOptions *o, std::string *e) {
