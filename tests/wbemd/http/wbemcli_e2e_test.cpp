@@ -129,6 +129,13 @@ TEST_F(WbemcliVerbTest, CiMiDiOnTwoRequestsPerConnection) {
   const std::string chassis = "Demo_Chassis.Tag=\"chassis9\"";
   ASSERT_EQ(wbemcli({"ci", url(chassis), "Tag=\"chassis9\",Manufacturer=\"ACME\",Model=\"X1\",FanCount=0"}, &out), 0) << out;
   EXPECT_THAT(out, HasSubstr("/root/cimv2:Demo_Chassis.Tag=\"chassis9\""));
+  // wbemcli asked for the class first, then created the instance, on one connection.
+  std::string log = wbemd_.log();
+  std::size_t create = log.find("module=235: CreateInstance root%2Fcimv2 from ");
+  ASSERT_NE(create, std::string::npos) << log;
+  std::size_t from = log.find(" from ", create) + 6;
+  std::string peer = log.substr(from, log.find(' ', from) - from);
+  EXPECT_THAT(log, HasSubstr("module=235: GetClass root%2Fcimv2 from " + peer + " as root"));
   ASSERT_EQ(wbemcli({"mi", url(chassis), "Model=\"X2\""}, &out), 0) << out;
   ASSERT_EQ(wbemcli({"gi", url(chassis)}, &out), 0) << out;
   EXPECT_THAT(out, HasSubstr("FanCount=0,Manufacturer=\"ACME\",Model=\"X2\""));
@@ -213,6 +220,24 @@ TEST_F(WbemcliVerbTest, AnErrorMidStreamIsATrailerOrABrokenAnswer) {
   EXPECT_EQ(wbemcli({"ei", url("Test_Partial")}, &plain), 16);
   EXPECT_THAT(plain, Not(HasSubstr("Test_Partial.")));  // nothing taken for a whole result
   EXPECT_THAT(wbemd_.log(), HasSubstr("the client announced no trailers, so the answer is broken off"));
+}
+
+TEST_F(WbemcliVerbTest, ANestedEntityDocumentIsRefusedWhileANormalRequestIsServed) {
+  std::string laughs =
+      "<?xml version=\"1.0\"?><!DOCTYPE CIM [<!ENTITY a \"ha\">"
+      "<!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\"><!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\">"
+      "<!ENTITY d \"&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;\"><!ENTITY e \"&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;\">"
+      "<!ENTITY f \"&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;\"><!ENTITY g \"&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;\">"
+      "<!ENTITY h \"&g;&g;&g;&g;&g;&g;&g;&g;&g;&g;\"><!ENTITY i \"&h;&h;&h;&h;&h;&h;&h;&h;&h;&h;\">]>"
+      "<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">&i;</CIM>";
+  httptest::Connection hostile(wbemd_.http_port());
+  ASSERT_TRUE(hostile.send(httptest::cim_request("EnumerateInstances", laughs, "", "")));
+  std::string out;
+  ASSERT_EQ(wbemcli({"ein", url("Demo_Fan")}, &out), 0) << out;
+  EXPECT_EQ(lines_of(out).size(), 2u);
+  httptest::Answer refused = hostile.read_answer();
+  EXPECT_EQ(refused.status, 400);
+  EXPECT_EQ(refused.headers["cimerror"], "request-not-well-formed");
 }
 
 // The storage-free benchmark provider with 10,000 instances of eleven properties.
