@@ -64,7 +64,6 @@ AnswerPipe::Shape AnswerPipe::wait_for_shape() {
   changed_.wait(lock, [&] { return end_ != End::kOpen || held() >= capacity_; });
   if (end_ == End::kFinished) return Shape::kWhole;
   if (end_ == End::kProtocolError) return Shape::kProtocolError;
-  streaming_ = true;
   return Shape::kStream;
 }
 

@@ -62,7 +62,6 @@ class AnswerPipe : public AnswerSink {
   std::size_t peak_ = 0;
   End end_ = End::kOpen;
   bool abandoned_ = false;
-  bool streaming_ = false;  // the shape was given as kStream: the reader drains the buffer
   int http_status_ = 200;
   std::string cim_error_;
   int fail_status_ = 0;

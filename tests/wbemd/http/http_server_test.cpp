@@ -325,6 +325,12 @@ TEST_F(HttpServerTest, AnOversizedHeaderIsRefusedWhileANormalRequestIsServed) {
   EXPECT_EQ(service_.served().size(), 1u);
 }
 
+TEST_F(HttpServerTest, AnOversizedRequestLineIs414) {
+  Answer a = exchange("POST /cimom?" + std::string(20000, 'q') + " HTTP/1.1\r\nHost: x\r\n\r\n");
+  EXPECT_EQ(a.status, 414);
+  EXPECT_TRUE(service_.served().empty());
+}
+
 TEST_F(HttpServerTest, AnOversizedBodyIs413BeforeItIsRead) {
   Connection big(port_);
   // The headers announce 1 MiB; only the headers are sent.
