@@ -10,7 +10,10 @@
 #   ${CMAKE_INSTALL_LIBDIR}/cmake/cmpiutility/   the CMake package (targets cmpiutility::*)
 #   ${CMAKE_INSTALL_DATADIR}/cmpiutility/        schema SQL, the demo classes in MOF, the README
 #   lib/systemd/system/cmpi-hostd.service        the daemon's unit
-# The programs (bin/cmpi-cli, bin/cmpi-mof, sbin/cmpi-hostd) and the demo provider (lib/cmpi/)
+#   lib/systemd/system/cmpi-wbemd.service        the CIM-XML front end's unit
+#   ${CMAKE_INSTALL_SYSCONFDIR}/pam.d/cmpi-wbemd  its PAM service (/etc/pam.d for prefix /usr)
+#   lib/sysusers.d/cmpi-wbemd.conf               the user it runs as, for systemd-sysusers
+# The programs (bin/cmpi-cli, bin/cmpi-mof, sbin/cmpi-hostd, sbin/cmpi-wbemd) and the demo provider (lib/cmpi/)
 # are installed by their own CMakeLists.txt. cmpi-mof links no library of this project (only
 # SQLite), so it needs no run-time search path.
 #
@@ -31,6 +34,9 @@ target_include_directories(vorndlog PUBLIC $<INSTALL_INTERFACE:${CMAKE_INSTALL_I
 if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(cmpi-hostd cmpi-cli PROPERTIES
     INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  if(TARGET cmpi-wbemd)
+    set_target_properties(cmpi-wbemd PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
 endif()
 
 # Libraries. libcmpiutility links jsoncpp, SQLite and libdl privately: they stay out of the
@@ -88,3 +94,9 @@ install(CODE "
   set(CMPIU_UNITDIR \"${CMPIUTILITY_SYSTEMD_UNITDIR}\")
   include(\"${CMAKE_CURRENT_LIST_DIR}/cmpiutilityInstallTime.cmake\")
 ")
+
+# cmpi-wbemd's PAM service and the user it runs as.
+install(FILES ${PROJECT_SOURCE_DIR}/share/cmpi-wbemd.pam
+  DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/pam.d RENAME cmpi-wbemd)
+install(FILES ${PROJECT_SOURCE_DIR}/share/cmpi-wbemd.sysusers.conf
+  DESTINATION lib/sysusers.d RENAME cmpi-wbemd.conf)

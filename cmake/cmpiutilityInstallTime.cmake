@@ -1,5 +1,5 @@
 # Runs inside `cmake --install` (included by cmake/cmpiutilityInstall.cmake): writes the systemd
-# unit of cmpi-hostd and cmpiutility.pc with the absolute paths of the prefix being installed
+# units of cmpi-hostd and cmpi-wbemd and cmpiutility.pc with the absolute paths of the prefix being installed
 # to, then installs them. DESTDIR, when set, is added by file(INSTALL) and does not appear in
 # the files' contents.
 
@@ -26,10 +26,12 @@ cmpiu_absolute(CMPIU_ABS_PROVIDERDIR "lib/cmpi")
 
 configure_file("${CMPIU_SOURCE_DIR}/share/cmpi-hostd.service.in"
   "${CMPIU_STAGING_DIR}/cmpi-hostd.service" @ONLY)
+configure_file("${CMPIU_SOURCE_DIR}/share/cmpi-wbemd.service.in"
+  "${CMPIU_STAGING_DIR}/cmpi-wbemd.service" @ONLY)
 configure_file("${CMPIU_SOURCE_DIR}/share/cmpiutility.pc.in"
   "${CMPIU_STAGING_DIR}/cmpiutility.pc" @ONLY)
 
 file(INSTALL DESTINATION "${CMPIU_ABS_UNITDIR}" TYPE FILE
-  FILES "${CMPIU_STAGING_DIR}/cmpi-hostd.service")
+  FILES "${CMPIU_STAGING_DIR}/cmpi-hostd.service" "${CMPIU_STAGING_DIR}/cmpi-wbemd.service")
 file(INSTALL DESTINATION "${CMPIU_ABS_LIBDIR}/pkgconfig" TYPE FILE
   FILES "${CMPIU_STAGING_DIR}/cmpiutility.pc")

@@ -26,6 +26,11 @@ expect '    SpeedHistory = {2200, 2300, 2400, 3000};'
 expect "    EffectiveUserID = $(id -u nobody);"
 expect 'CMPI_RC_ERR_NOT_FOUND: Demo_Fan DeviceID="fan9",SystemName="bmc0" does not exist'
 expect 'CMPI_RC_ERR_ACCESS_DENIED: access denied'
+expect 'Demo_Fan.DeviceID="fan1",SystemName="bmc0" Accumulated=9876543210,'
+expect "EffectiveUserID=$(id -u nobody),Enabled=FALSE"
+expect 'Invalid username/password.'
+expect 'failed login of user nobody from 127.0.0.1:'
+expect 'cmpi-wbemd stopped cleanly'
 expect 'cmpi-hostd stopped cleanly'
 if [ "$status" -ne 0 ] || [ "$failed" -ne 0 ]; then
   echo "demo session exit status $status; its output:"

@@ -6,6 +6,7 @@
 #include <string>
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 TEST(LogText, PlainTextIsUnchanged) {

@@ -19,6 +19,7 @@
 #include "log_capture.h"
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 constexpr char kTerminator[] = "CMPI_EOF";

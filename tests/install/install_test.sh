@@ -6,7 +6,8 @@
 # Usage: install_test.sh BUILD_DIR SOURCE_DIR
 # Environment (set by tests/install/CMakeLists.txt):
 #   CMPIU_CMAKE CMPIU_GENERATOR CMPIU_MAKE_PROGRAM CMPIU_CC CMPIU_PKG_CONFIG
-#   CMPIU_LIBDIR CMPIU_INCLUDEDIR CMPIU_BINDIR CMPIU_SBINDIR CMPIU_DATADIR CMPIU_VERSION
+#   CMPIU_LIBDIR CMPIU_INCLUDEDIR CMPIU_BINDIR CMPIU_SBINDIR CMPIU_DATADIR CMPIU_SYSCONFDIR
+#   CMPIU_VERSION
 #   CMPIU_CONSUMER_FLAGS   extra compile and link flags (the sanitizers in the sanitizer build)
 set -euo pipefail
 
@@ -127,6 +128,32 @@ if command -v systemd-analyze >/dev/null 2>&1; then
   fi
 fi
 
+# --- cmpi-wbemd: program, unit, PAM service, user ---------------------------------------------
+check "sbin/cmpi-wbemd runs from the prefix (no library path set)" \
+  test "$("$prefix/$CMPIU_SBINDIR/cmpi-wbemd" --version)" = "cmpi-wbemd $CMPIU_VERSION"
+wunit=$prefix/lib/systemd/system/cmpi-wbemd.service
+check "cmpi-wbemd unit file installed" test -f "$wunit"
+check "cmpi-wbemd unit: ExecStart with the installed path" has_line "$wunit" \
+  "ExecStart=$prefix/$CMPIU_SBINDIR/cmpi-wbemd --foreground --host-socket /run/cmpi-hostd.sock"
+for line in "After=network.target cmpi-hostd.service" Type=simple User=root NoNewPrivileges=yes \
+  WantedBy=multi-user.target; do
+  check "cmpi-wbemd unit: $line" has_line "$wunit" "$line"
+done
+check "cmpi-wbemd unit: no unreplaced @VARIABLE@" bash -c '! grep -q "@[A-Z_]*@" "$1"' _ "$wunit"
+if command -v systemd-analyze >/dev/null 2>&1; then
+  if out=$(systemd-analyze verify "$wunit" 2>&1) && [ -z "$out" ]; then
+    printf 'ok: systemd-analyze verify cmpi-wbemd.service\n'
+  else
+    fail "systemd-analyze verify cmpi-wbemd.service: $out"
+  fi
+fi
+check "PAM service in $CMPIU_SYSCONFDIR/pam.d" \
+  cmp -s "$source_dir/share/cmpi-wbemd.pam" "$prefix/$CMPIU_SYSCONFDIR/pam.d/cmpi-wbemd"
+check "PAM service: authentication and account stacks" has_line \
+  "$prefix/$CMPIU_SYSCONFDIR/pam.d/cmpi-wbemd" "@include common-account"
+check "sysusers.d entry of the cmpi-wbemd user" \
+  grep -q "^u cmpi-wbemd " "$prefix/lib/sysusers.d/cmpi-wbemd.conf"
+
 # --- package files carry no build-tree or source-tree paths -----------------------------------
 pc=$libdir/pkgconfig/cmpiutility.pc
 pkgdir=$libdir/cmake/cmpiutility
@@ -136,7 +163,7 @@ for f in cmpiutilityConfig.cmake cmpiutilityConfigVersion.cmake cmpiutilityTarge
 done
 for tree in "$build_dir" "$source_dir"; do
   check "no path of $tree in the package files" \
-    bash -c '! grep -rqF -- "$1" "$2" "$3" "$4"' _ "$tree" "$pkgdir" "$pc" "$unit"
+    bash -c '! grep -rqF -- "$1" "$2" "$3" "$4" "$5"' _ "$tree" "$pkgdir" "$pc" "$unit" "$wunit"
 done
 check "exported targets do not name jsoncpp or SQLite" \
   bash -c '! grep -qiE "jsoncpp|sqlite" "$1"/cmpiutilityTargets*.cmake' _ "$pkgdir"

@@ -17,6 +17,7 @@
 #include "log.h"
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 CMPIArray *string_array(const std::vector<std::string> &texts) {

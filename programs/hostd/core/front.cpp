@@ -22,6 +22,7 @@
 #include "wire.h"
 
 namespace hostd {
+using wire::log_text;
 
 void Output::add(std::string_view more) {
   if (sent > 0 && sent == bytes.size()) {

@@ -11,6 +11,7 @@
 #include "status_names.h"
 
 namespace hostd {
+using wire::log_text;
 
 namespace {
 

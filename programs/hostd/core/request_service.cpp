@@ -28,6 +28,7 @@
 #include "wire.h"
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 std::string take_string(CMPIString *s) {

@@ -19,6 +19,7 @@
 #include "wire_fit.h"
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 // How much of a shortened status message its log line shows.

@@ -9,6 +9,7 @@
 #include "routing.h"
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 std::string text_of(CMPIString *s) {

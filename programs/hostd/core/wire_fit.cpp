@@ -15,6 +15,7 @@
 #include "operations.h"
 
 namespace hostd {
+using wire::log_text;
 namespace {
 
 // A datum and name handed out by a getter (caller-owned on this platform); released with the

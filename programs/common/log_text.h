@@ -20,14 +20,14 @@
 //     string is measured first).
 // Text made only of printable ASCII without a backslash and no longer than max_bytes is
 // returned unchanged after one scan (the common case).
-#ifndef CMPI_HOSTD_LOG_TEXT_H
-#define CMPI_HOSTD_LOG_TEXT_H
+#ifndef CMPI_WIRE_LOG_TEXT_H
+#define CMPI_WIRE_LOG_TEXT_H
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-namespace hostd {
+namespace wire {
 
 // How many bytes of escaped text a log line gets of one peer- or provider-given text.
 constexpr std::size_t kLogTextMax = 200;
@@ -37,6 +37,6 @@ std::string log_text(std::string_view text, std::size_t max_bytes = kLogTextMax)
 // The same for a C string; a null pointer gives "(null)".
 std::string log_text(const char *text, std::size_t max_bytes = kLogTextMax);
 
-}  // namespace hostd
+}  // namespace wire
 
-#endif  // CMPI_HOSTD_LOG_TEXT_H
+#endif  // CMPI_WIRE_LOG_TEXT_H

@@ -1,0 +1,138 @@
+// host_link.cpp - requests out, answers in.
+#include "host_link.h"
+
+#include <cmpiutility/stream.h>
+
+#include <cstdlib>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <sstream>
+
+#include "cim_log.h"
+#include "cim_request.h"
+#include "cli_error.h"
+#include "cmpi_build.h"
+#include "connection.h"
+#include "frame_view.h"
+#include "operations.h"
+#include "output.h"
+#include "status_names.h"
+
+namespace wbem {
+namespace {
+
+std::mutex frame_writer;
+
+[[noreturn]] void host_failed(const std::string &what, const std::string &why) {
+  CIM_ERROR("%s: the provider host failed: %s", what.c_str(), log_name(why).c_str());
+  throw OperationError(CMPI_RC_ERR_FAILED, "the provider host failed: " + why);
+}
+
+[[noreturn]] void cim_failed(const cli::CimError &e) {
+  const std::string message = e.what();
+  throw OperationError(e.code(), message.empty() ? wire::rc_description(e.code()) : message);
+}
+
+const wire::Operation &operation_of(int type) {
+  const wire::Operation *op = wire::find_operation(type);
+  if (op == nullptr) throw OperationError(CMPI_RC_ERR_FAILED, "unknown request type");
+  return *op;
+}
+
+struct Carry {
+  char *text = nullptr;
+  ~Carry() { std::free(text); }
+};
+
+}  // namespace
+
+std::string request_frame(cli::Request &request) {
+  try {
+    std::lock_guard<std::mutex> one_at_a_time(frame_writer);
+    return request.frame();
+  } catch (const cli::UsageError &e) {
+    throw OperationError(CMPI_RC_ERR_INVALID_PARAMETER, e.what());
+  } catch (const cli::CimError &e) {
+    cim_failed(e);
+  }
+}
+
+cli::Answer exchange(const HostLink &link, cli::Request &request, const std::string &what) {
+  const std::string frame = request_frame(request);
+  try {
+    cli::Connection conn(link.socket, link.timeout);
+    conn.open();
+    conn.send(frame);
+    std::ostringstream nowhere;
+    cli::Output out(nowhere, nowhere, true, false);
+    return cli::read_answer(conn, operation_of(request.type()), out);
+  } catch (const cli::CimError &e) {
+    cim_failed(e);
+  } catch (const cli::ConnectionError &e) {
+    host_failed(what, e.what());
+  } catch (const cli::TimeoutError &e) {
+    host_failed(what, e.what());
+  }
+}
+
+void stream(const HostLink &link, cli::Request &request, const std::string &what,
+            const std::function<void(const CMPIInstance *, const Json::Value &)> &visit_instance,
+            const std::function<void(const CMPIObjectPath *)> &visit_path,
+            const std::function<void()> &after_piece) {
+  const std::string frame = request_frame(request);
+  const bool paths = operation_of(request.type()).results == wire::Results::kPaths;
+  const CMPIType element = paths ? CMPI_ref : CMPI_instance;
+  try {
+    cli::Connection conn(link.socket, link.timeout);
+    conn.open();
+    conn.send(frame);
+    Carry carry;
+    cli::FrameSplitter splitter;
+    std::deque<Json::Value> frames;
+    uint32_t complete = 0;
+    while (complete == 0) {
+      const char *piece = nullptr;
+      if (!conn.receive(&piece)) {
+        throw cli::ConnectionError("the host closed the connection before the answer was complete");
+      }
+      splitter.add(piece, &frames);
+      CMPIStatus made = {CMPI_RC_OK, nullptr};
+      cli::ArrayPtr array(makeNewCMPIArray(0, element, &made));
+      if (!array) throw OperationError(CMPI_RC_ERR_FAILED, "out of memory");
+      CMPIStatus st = {CMPI_RC_OK, nullptr};
+      try {
+        st = CMUtilEnumStringTokenize(piece, array.get(), &carry.text, &complete);
+      } catch (const std::exception &e) {
+        throw cli::ConnectionError(std::string("the answer could not be decoded: ") + e.what());
+      }
+      const int code = static_cast<int>(st.rc);
+      const std::string message = cli::take_text(st.msg);
+      const CMPICount n = CMGetArrayCount(array.get(), nullptr);
+      for (CMPICount i = 0; i < n; ++i) {
+        cli::OwnedData d(CMGetArrayElementAt(array.get(), i, nullptr));
+        Json::Value result_frame;
+        if (!frames.empty()) {
+          result_frame = std::move(frames.front());
+          frames.pop_front();
+        }
+        if (d.is_null()) continue;
+        if (paths) {
+          if (d.value().ref != nullptr) visit_path(d.value().ref);
+        } else if (d.value().inst != nullptr) {
+          visit_instance(d.value().inst, result_frame["InstanceProps"]);
+        }
+      }
+      if (n > 0) after_piece();
+      if (code != CMPI_RC_OK) throw cli::CimError(code, message);
+    }
+  } catch (const cli::CimError &e) {
+    cim_failed(e);
+  } catch (const cli::ConnectionError &e) {
+    host_failed(what, e.what());
+  } catch (const cli::TimeoutError &e) {
+    host_failed(what, e.what());
+  }
+}
+
+}  // namespace wbem

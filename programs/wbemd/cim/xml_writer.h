@@ -1,0 +1,57 @@
+// xml_writer.h - CIM-XML text built in a string, with everything escaped.
+//
+// Every text and attribute value goes through the escaping here:
+//   - & < > " ' are written as the five predefined entities (in text and attributes alike);
+//   - in attribute values, tab, line feed and carriage return are written as character
+//     references (&#9; &#10; &#13;) so that a reader's attribute normalisation keeps them; in
+//     text, carriage return is written &#13; (a reader would otherwise turn it into a line feed);
+//   - characters XML 1.0 does not allow at all (the controls below 0x20 other than tab, line
+//     feed and carriage return; U+FFFE and U+FFFF) are REPLACED by U+FFFD, the replacement
+//     character, as are bytes that are not well-formed UTF-8: the answer stays a valid document
+//     and the client sees that something was there. Values from providers are not refused.
+// Start tags carry exactly the attributes given; empty elements are written with a start and an
+// end tag (never "<X/>"), as strict clients require for IRETURNVALUE and QUALIFIER.
+#ifndef CMPI_WBEMD_XML_WRITER_H
+#define CMPI_WBEMD_XML_WRITER_H
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace wbem {
+
+using XmlAttribute = std::pair<const char *, std::string_view>;
+
+// Appends text escaped for character data / for an attribute value (quoted with ").
+void escape_text(std::string_view text, std::string *out);
+void escape_attribute(std::string_view text, std::string *out);
+
+class XmlOut {
+ public:
+  // "<name a="v" ...>"
+  void open(const char *name, std::initializer_list<XmlAttribute> attributes = {});
+  // "</name>"
+  void close(const char *name);
+  // "<name ...>text</name>"
+  void leaf(const char *name, std::string_view text,
+            std::initializer_list<XmlAttribute> attributes = {});
+  // "<name ...></name>"
+  void empty(const char *name, std::initializer_list<XmlAttribute> attributes = {});
+  void text(std::string_view text) { escape_text(text, &out_); }
+  // Markup made elsewhere (already escaped).
+  void raw(std::string_view markup) { out_.append(markup); }
+
+  std::string &str() { return out_; }
+  const std::string &str() const { return out_; }
+  std::size_t size() const { return out_.size(); }
+  void clear() { out_.clear(); }
+
+ private:
+  std::string out_;
+};
+
+}  // namespace wbem
+
+#endif  // CMPI_WBEMD_XML_WRITER_H
