@@ -6,10 +6,12 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "schema_cache.h"
 #include "temp_dir.h"
 
 namespace hostd {
@@ -125,6 +127,43 @@ TEST(ClassDefaults, EveryTypeIsSetAndWhatDoesNotFitIsSkipped) {
   CMGetProperty(inst, "TooBig", &st);
   EXPECT_EQ(+st.rc, CMPI_RC_ERR_NO_SUCH_PROPERTY);
   CMRelease(inst);
+}
+
+}  // namespace
+}  // namespace hostd
+
+namespace hostd {
+namespace {
+
+// The defaults a worker reads for instances made through the broker: the database file is
+// checked once per request, so a change made while a request runs shows in the next one.
+TEST(SchemaCacheDefaults, TheDatabaseIsCheckedOncePerRequest) {
+  hostdtest::TempDir dir;
+  const std::string db = database(
+      dir,
+      "INSERT INTO Tbl_Class VALUES ('Base', NULL, 'root/cimv2', 0, 0);"
+      "INSERT INTO Tbl_ClassProperty VALUES ('Base', 'State', 144, 0, 1, NULL, '2');");
+  SchemaCache cache;
+  cache.begin_request();
+  EXPECT_EQ(names(cache.defaults_of(db, "Base")), (std::vector<std::string>{"State=2"}));
+
+  // Rewritten with another default (another size, so the file's stamp changes).
+  std::filesystem::remove(db);
+  database(dir,
+           "INSERT INTO Tbl_Class VALUES ('Base', NULL, 'root/cimv2', 0, 0);"
+           "INSERT INTO Tbl_ClassProperty VALUES ('Base', 'State', 144, 0, 1, NULL, '7'),"
+           "('Base', 'Mode', 144, 0, 2, NULL, '12');");
+  EXPECT_EQ(names(cache.defaults_of(db, "Base")), (std::vector<std::string>{"State=2"}))
+      << "within the request the database is taken as it was at its first look-up";
+
+  cache.begin_request();
+  EXPECT_EQ(names(cache.defaults_of(db, "Base")),
+            (std::vector<std::string>{"State=7", "Mode=12"}))
+      << "the next request sees the change";
+
+  std::filesystem::remove(db);
+  cache.begin_request();
+  EXPECT_TRUE(cache.defaults_of(db, "Base").empty()) << "a database gone gives no defaults";
 }
 
 }  // namespace

@@ -309,6 +309,7 @@ std::string Serving::last_frames(const CMPIStatus &st_in, StreamingResult *strea
 RequestService::~RequestService() { retire(); }
 
 std::string RequestService::serve(const std::string &document) {
+  schema_.begin_request();
   Serving serving(principal_, sink_, providers_, schema_, upcalls_, provider_idle_ms_, warned_);
   return serving.run(document);
 }

@@ -20,6 +20,8 @@ bool SchemaCache::same_file(const struct stat &st) const {
 }
 
 bool SchemaCache::check_stamp(const std::string &database, std::string *why) {
+  if (checked_ && database == checked_database_) return true;
+  checked_ = false;
   struct stat st;
   if (stat(database.c_str(), &st) != 0) {
     const int error = errno;
@@ -38,6 +40,8 @@ bool SchemaCache::check_stamp(const std::string &database, std::string *why) {
     stamp_ = st;
     stamped_ = true;
   }
+  checked_ = true;
+  checked_database_ = database;
   return true;
 }
 

@@ -3,8 +3,11 @@
 // Which provider serves a class, and whether the class is marked UnloadNever, are read from the
 // schema database once per worker and class (GetProviderName, GetProviderUnloadStatus: each
 // opens the database) and kept while the database file stays as it was: its device, inode, size
-// and modification and change times are compared on every look-up (one stat; a change of its
-// mode or owner counts too), and any change forgets everything known. Classes without a provider
+// and modification and change times are compared at the first look-up of each request (one
+// stat; a change of its mode or owner counts too), and any change forgets everything known.
+// Within one request the file is taken as it was at that first look-up: an enumeration whose
+// provider makes an instance through the broker (which reads the class's defaults) would
+// otherwise stat the file once per instance. Classes without a provider
 // are remembered too. The class hierarchy (ClassGraph) is read on first use and kept the same way.
 #ifndef CMPI_HOSTD_SCHEMA_CACHE_H
 #define CMPI_HOSTD_SCHEMA_CACHE_H
@@ -40,6 +43,9 @@ class SchemaCache {
 
   std::size_t size() const { return entries_.size(); }
 
+  // A new request begins: its first look-up checks the file again.
+  void begin_request() { checked_ = false; }
+
  private:
   struct Entry {
     bool found = false;
@@ -49,6 +55,8 @@ class SchemaCache {
   bool same_file(const struct stat &st) const;
   // Stats the database and forgets everything when it changed; false with *why when it is gone.
   bool check_stamp(const std::string &database, std::string *why);
+  bool checked_ = false;          // the file was found unchanged during this request
+  std::string checked_database_;  // ... at this path
 
   std::map<std::string, Entry> entries_;
   ClassGraph graph_;
