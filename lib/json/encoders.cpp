@@ -1,6 +1,7 @@
 // CMPI data into value objects: instance properties, method arguments, and the "Value" of one
 // scalar, reference or array.
 #include "json/encoders.h"
+#include "json/member_names.h"
 
 #include <cmpimacs.h>
 #include <strings.h>
@@ -88,9 +89,9 @@ Embedded encode_embedded(CMPIInstance *instance, Json::Value *object) {
   CMPIObjectPath *path = CMGetObjectPath(instance, nullptr);
   CMPIString *name_space = (path != nullptr) ? CMGetNameSpace(path, nullptr) : nullptr;
   CMPIString *class_name = (path != nullptr) ? CMGetClassName(path, nullptr) : nullptr;
-  built["RequestType"] = 1;
-  built["ClassName"] = text_or_empty(class_name);
-  built["NameSpace"] = text_or_empty(name_space);
+  built[cmpiutility::member::kRequestType] = 1;
+  built[cmpiutility::member::kClassName] = text_or_empty(class_name);
+  built[cmpiutility::member::kNameSpace] = text_or_empty(name_space);
   built["Principal"] = "TEMP";
   if (class_name != nullptr) CMRelease(class_name);
   if (name_space != nullptr) CMRelease(name_space);
@@ -104,13 +105,13 @@ Embedded encode_embedded(CMPIInstance *instance, Json::Value *object) {
   return Embedded::kDone;
 }
 
-// Writes reference["key"] from the keys of path; 0, or 1 after 'unable to get the key' (471).
+// Writes reference[cmpiutility::member::kKey] from the keys of path; 0, or 1 after 'unable to get the key' (471).
 unsigned int write_reference_keys(CMPIObjectPath *path, Json::Value &reference) {
   const CMPICount count = CMGetKeyCount(path, nullptr);
   CMPIU_TRACE("count = %u", count);
   if (count == 0) {
     CMPIU_TRACE("INFO: No key associated with args reference'");
-    reference["key"] = Json::Value();
+    reference[cmpiutility::member::kKey] = Json::Value();
     return 0;
   }
   KeyStream text;
@@ -131,7 +132,7 @@ unsigned int write_reference_keys(CMPIObjectPath *path, Json::Value &reference) 
   std::fputs(text.text().c_str(), stdout);
   std::fputc('\n', stdout);
   std::fflush(stdout);
-  reference["key"] = text.text();
+  reference[cmpiutility::member::kKey] = text.text();
   return 0;
 }
 
@@ -139,7 +140,7 @@ unsigned int write_reference_keys(CMPIObjectPath *path, Json::Value &reference) 
 
 void getCMPIArgs(CMPIType type, const char *text, Json::Value &valueObject) {
   if (text == nullptr || type == CMPI_null) {
-    valueObject["Value"] = Json::Value();
+    valueObject[cmpiutility::member::kValue] = Json::Value();
     return;
   }
   // The families are tested in this order; the first that matches decides.
@@ -151,7 +152,7 @@ void getCMPIArgs(CMPIType type, const char *text, Json::Value &valueObject) {
       case CMPI_chars:
       case CMPI_dateTime:
       case CMPI_dateTimeString:
-        valueObject["Value"] = text;
+        valueObject[cmpiutility::member::kValue] = text;
         break;
       default:
         break;  // other encapsulated codes carry no "Value"
@@ -160,13 +161,13 @@ void getCMPIArgs(CMPIType type, const char *text, Json::Value &valueObject) {
   }
   if ((type & CMPI_SIMPLE) != 0) {
     // Boolean only; char16 carries no "Value".
-    if (type == CMPI_boolean) valueObject["Value"] = unsigned_value(strcasecmp(text, "true") == 0);
+    if (type == CMPI_boolean) valueObject[cmpiutility::member::kValue] = unsigned_value(strcasecmp(text, "true") == 0);
     return;
   }
   if ((type & CMPI_INTEGER) != 0) {
     // Every integer is written as the unsigned 64-bit form of its signed value: -1 is
     // 18446744073709551615; readers truncate to the width, which restores the sign.
-    valueObject["Value"] =
+    valueObject[cmpiutility::member::kValue] =
         unsigned_value(static_cast<unsigned long long>(strtoll(text, nullptr, 10)));
     return;
   }
@@ -174,7 +175,7 @@ void getCMPIArgs(CMPIType type, const char *text, Json::Value &valueObject) {
     // real64 goes through single precision as well: peers expect exactly that value (0.1 is
     // written as the double nearest to the float 0.1).
     if (type == CMPI_real32 || type == CMPI_real64) {
-      valueObject["Value"] = static_cast<double>(strtof(text, nullptr));
+      valueObject[cmpiutility::member::kValue] = static_cast<double>(strtof(text, nullptr));
     }
     return;
   }
@@ -198,12 +199,12 @@ unsigned int getCMPIArgsRef(CMPIData data, Json::Value &valueObject) {
     }
   }
   if (result == 0) {
-    reference["ClassName"] = chars_of(class_name);
-    reference["NameSpace"] = chars_of(name_space);
+    reference[cmpiutility::member::kClassName] = chars_of(class_name);
+    reference[cmpiutility::member::kNameSpace] = chars_of(name_space);
     result = write_reference_keys(path, reference);
   }
   // Whatever the outcome, "Value" holds the reference object as far as it was built.
-  valueObject["Value"] = reference;
+  valueObject[cmpiutility::member::kValue] = reference;
   if (class_name != nullptr) CMRelease(class_name);
   if (name_space != nullptr) CMRelease(name_space);
   return result;
@@ -243,10 +244,10 @@ unsigned int getCMPIArgsArray(CMPIData data, Json::Value &valueObject) {
         return 1;
       }
       if ((type & CMPI_INTEGER) != 0) {
-        valueObject["Value"].append(
+        valueObject[cmpiutility::member::kValue].append(
             unsigned_value(static_cast<unsigned long long>(strtoll(text, nullptr, 10))));
       } else if ((type & CMPI_ENC) != 0) {
-        valueObject["Value"].append(text);
+        valueObject[cmpiutility::member::kValue].append(text);
       }
       free(text);
       continue;
@@ -254,7 +255,7 @@ unsigned int getCMPIArgsArray(CMPIData data, Json::Value &valueObject) {
     Json::Value embedded;
     switch (encode_embedded(value.inst, &embedded)) {
       case Embedded::kDone:
-        valueObject["Value"].append(std::move(embedded));
+        valueObject[cmpiutility::member::kValue].append(std::move(embedded));
         break;
       case Embedded::kNoScratch:
         return 1;
@@ -324,14 +325,14 @@ unsigned int getInstanceProps(ClientReq *request, ServerResp *response, Json::Va
           return 1;
         }
       } else {
-        valueObject["Value"] = Json::Value();
+        valueObject[cmpiutility::member::kValue] = Json::Value();
       }
       stopped_result = 0;
     } else if (type == CMPI_instance) {
       Json::Value embedded;
       switch (encode_embedded(value.inst, &embedded)) {
         case Embedded::kDone:
-          valueObject["CMPIInstance"] = std::move(embedded);
+          valueObject[cmpiutility::member::kEmbeddedInstance] = std::move(embedded);
           break;
         case Embedded::kNoScratch:
           return stopped_result;  // the walk stops; "InstanceProps" is not written
@@ -347,11 +348,11 @@ unsigned int getInstanceProps(ClientReq *request, ServerResp *response, Json::Va
       getCMPIArgs(type, text, valueObject);
       free(text);
     }
-    valueObject["DataType"] = unsigned_value(type);
-    valueObject["DataState"] = unsigned_value(data.state);
+    valueObject[cmpiutility::member::kDataType] = unsigned_value(type);
+    valueObject[cmpiutility::member::kDataState] = unsigned_value(data.state);
     properties[property_name] = std::move(valueObject);
   }
-  target["InstanceProps"] = std::move(properties);
+  target[cmpiutility::member::kInstanceProps] = std::move(properties);
   return 0;
 }
 
@@ -399,14 +400,14 @@ unsigned int getArgs(ClientReq *request, ServerResp *response, Json::Value &targ
         CMPIU_ERROR_AT(__func__, 746, "'getInstanceProps failed'");
         return 1;
       }
-      valueObject["CMPIInstance"] = std::move(embedded);
+      valueObject[cmpiutility::member::kEmbeddedInstance] = std::move(embedded);
     } else {
       char *text = value2Chars(type, &value);
       getCMPIArgs(type, text, valueObject);
       free(text);
     }
     // Arguments carry no "DataState".
-    valueObject["DataType"] = unsigned_value(type);
+    valueObject[cmpiutility::member::kDataType] = unsigned_value(type);
     target["ArgsIn"][argument_name] = std::move(valueObject);
   }
   return 0;

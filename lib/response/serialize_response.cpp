@@ -9,6 +9,7 @@
 #include "heap/heap.h"
 #include "json/compact_text.h"
 #include "json/encoders.h"
+#include "json/member_names.h"
 #include "json/key_stream.h"
 #include "json/key_text.h"
 #include "log/log.h"
@@ -65,8 +66,8 @@ bool write_names(CMPIObjectPath *path, Obtained &got, Json::Value &document, int
     CMPIU_ERROR_AT(kSerialize, cn_line, "'classname is NULL'");
     return false;
   }
-  document["ClassName"] = chars_of(got.class_name);
-  document["NameSpace"] = chars_of(got.name_space);
+  document[cmpiutility::member::kClassName] = chars_of(got.class_name);
+  document[cmpiutility::member::kNameSpace] = chars_of(got.name_space);
   return true;
 }
 
@@ -160,8 +161,8 @@ int getConstClassProps(ServerResp *response, Json::Value &document) {
     CMPIU_ERROR("__%s#%d: invalid class or namespace", kClassProps, 623);
     return 1;
   }
-  document["ClassName"] = record->className;
-  document["NameSpace"] = record->nameSpace;
+  document[cmpiutility::member::kClassName] = record->className;
+  document[cmpiutility::member::kNameSpace] = record->nameSpace;
 
   struct List {
     const char *member;
@@ -204,7 +205,7 @@ extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char *
     return 1;
   }
   Json::Value document(Json::objectValue);
-  document["RequestType"] = Json::UInt(static_cast<uint32_t>(response->type));
+  document[cmpiutility::member::kRequestType] = Json::UInt(static_cast<uint32_t>(response->type));
   Obtained got;
 
   switch (response->type) {
