@@ -108,6 +108,11 @@ bool prepare_get(benchmark::State &state) {
   return true;
 }
 
+std::vector<std::vector<double>> &thread_latencies() {
+  static std::vector<std::vector<double>> latencies;
+  return latencies;
+}
+
 double median(const std::vector<double> &sorted) { return sorted[sorted.size() / 2]; }
 
 double percentile99(const std::vector<double> &sorted) {

@@ -97,6 +97,60 @@ void time_requests(benchmark::State &state, size_t items_per_request, const std:
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * answer.size()));
 }
 
+// The latencies of every thread of the running concurrent benchmark, one vector per thread.
+// Thread 0 sizes it before the start barrier of the timing loop and reads it after the stop
+// barrier; between the two each thread writes only its own vector.
+std::vector<std::vector<double>> &thread_latencies();
+
+// state.threads() clients at once, each calling request() (true: answered in full) once per
+// iteration with its own connections. error: when not empty, the benchmark is skipped (with
+// that reason unless one was given already; every
+// thread still passes through the timing loop, or the others would wait at its barrier for
+// ever). Requests per second are over the wall-clock time of the run (UseRealTime), summed over
+// the threads; thread 0 reports p50_us and p99_us over the requests of all threads.
+template <typename Request>
+void time_concurrent_requests(benchmark::State &state, const std::string &error,
+                              Request request) {
+  const bool first = state.thread_index() == 0;
+  if (first) {
+    thread_latencies().assign(static_cast<size_t>(state.threads()), std::vector<double>());
+  }
+  if (!error.empty()) {
+    if (first && !state.error_occurred()) state.SkipWithError(error.c_str());
+    for (auto _ : state) {
+    }
+    return;
+  }
+  std::vector<double> latencies;
+  latencies.reserve(static_cast<size_t>(state.max_iterations));
+  bool failed = false;
+  for (auto _ : state) {
+    if (failed) continue;
+    const Clock::time_point start = Clock::now();
+    const bool ok = request();
+    latencies.push_back(std::chrono::duration<double>(Clock::now() - start).count());
+    if (!ok) {
+      state.SkipWithError("request failed or incomplete");
+      failed = true;
+    }
+    // The loop's last check waits for the other threads; hand the latencies over before it.
+    if (latencies.size() == static_cast<size_t>(state.max_iterations)) {
+      thread_latencies()[static_cast<size_t>(state.thread_index())].swap(latencies);
+    }
+  }
+  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+  if (!first) return;
+  // Counters are summed over the threads, so only thread 0 sets these.
+  std::vector<double> all;
+  for (const std::vector<double> &each : thread_latencies()) {
+    all.insert(all.end(), each.begin(), each.end());
+  }
+  if (all.empty()) return;
+  std::sort(all.begin(), all.end());
+  state.counters["p50_us"] = median(all) * 1e6;
+  state.counters["p99_us"] = percentile99(all) * 1e6;
+}
+
 // Register the benchmarks of e2e_workers_bench.cpp: E2E/MemoryOverRequests first of all (the CSV
 // reporter takes its columns from the first benchmark it reports, and only that one has the
 // memory counters), the others after those of e2e_bench.cpp.

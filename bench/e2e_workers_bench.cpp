@@ -30,65 +30,26 @@ void GetInstanceCold(benchmark::State &state) {
 
 // ---- concurrent clients ----------------------------------------------------------------------
 
-// The latencies of every thread of the running concurrent benchmark, one vector per thread.
-// Thread 0 sizes it before the start barrier of the timing loop and reads it after the stop
-// barrier; between the two each thread writes only its own vector.
-std::vector<std::vector<double>> g_thread_latencies;
-
-// state.threads() clients at once, each with its own connections, one request after another;
-// through the main daemon or (bare) against the canned server. Requests per second are over the
-// wall-clock time of the run (UseRealTime), summed over the threads; p50_us and p99_us are over
-// the requests of all threads. A thread must pass through the timing loop even when it skips,
-// or the others wait at its barrier for ever.
+// state.threads() clients at once through the main daemon or (bare) against the canned server
+// (time_concurrent_requests).
 void concurrent_requests(benchmark::State &state, bool bare) {
   Environment &env = environment();
-  const bool first = state.thread_index() == 0;
-  bool ready = true;
-  if (first) {
-    ready = prepare_get(state);
-    g_thread_latencies.assign(static_cast<size_t>(state.threads()), std::vector<double>());
-  } else if (!env.error.empty()) {
-    state.SkipWithError(env.error.c_str());
-    ready = false;
-  }
-  if (!ready) {
-    for (auto _ : state) {
-    }
-    return;
+  std::string error;
+  if (state.thread_index() == 0) {
+    if (!prepare_get(state)) error = "the environment could not be prepared";
+  } else {
+    error = env.error;
   }
   const std::string &socket = bare ? env.canned.path() : env.hostd.socket();
   const long expected = static_cast<long>(env.get_answer.size());
-  std::vector<double> latencies;
-  latencies.reserve(static_cast<size_t>(state.max_iterations));
-  bool failed = false;
-  for (auto _ : state) {
-    if (failed) continue;
-    const Clock::time_point start = Clock::now();
-    const bool ok = bare ? bare_exchange(socket, env.get_frame) == expected
-                         : get_instance(socket, env.get_frame);
-    latencies.push_back(std::chrono::duration<double>(Clock::now() - start).count());
-    if (!ok) {
-      state.SkipWithError("request failed or incomplete");
-      failed = true;
-    }
-    // The loop's last check waits for the other threads; hand the latencies over before it.
-    if (latencies.size() == static_cast<size_t>(state.max_iterations)) {
-      g_thread_latencies[static_cast<size_t>(state.thread_index())].swap(latencies);
-    }
-  }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+  time_concurrent_requests(state, error, [&] {
+    return bare ? bare_exchange(socket, env.get_frame) == expected
+                : get_instance(socket, env.get_frame);
+  });
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * env.get_answer.size()));
-  if (!first) return;
-  // Counters are summed over the threads, so only thread 0 sets these.
-  std::vector<double> all;
-  for (const std::vector<double> &each : g_thread_latencies) {
-    all.insert(all.end(), each.begin(), each.end());
+  if (state.thread_index() == 0) {
+    state.counters["answer_bytes"] = static_cast<double>(env.get_answer.size());
   }
-  if (all.empty()) return;
-  std::sort(all.begin(), all.end());
-  state.counters["p50_us"] = median(all) * 1e6;
-  state.counters["p99_us"] = percentile99(all) * 1e6;
-  state.counters["answer_bytes"] = static_cast<double>(env.get_answer.size());
 }
 
 void GetInstanceConcurrent(benchmark::State &state) { concurrent_requests(state, false); }

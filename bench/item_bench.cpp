@@ -146,52 +146,16 @@ void GetInstanceBare(benchmark::State &state) {
   });
 }
 
-// The latencies of every thread of the running concurrent benchmark (see e2e_workers_bench.cpp:
-// thread 0 sizes it before the timing loop and reads it after; each thread writes its own).
-std::vector<std::vector<double>> g_thread_latencies;
-
+// state.threads() clients at once through the daemon or (bare) against the canned server.
 void concurrent(benchmark::State &state, bool bare) {
-  const bool first = state.thread_index() == 0;
   ItemDaemon &d = daemon_for(kGetDaemon);
-  if (first) {
-    g_thread_latencies.assign(static_cast<size_t>(state.threads()), std::vector<double>());
-    if (d.error.empty()) d.canned.set_answer(d.get_answer);
-  }
-  if (!d.error.empty()) {
-    if (first) state.SkipWithError(d.error.c_str());
-    for (auto _ : state) {
-    }
-    return;
-  }
+  if (state.thread_index() == 0 && d.error.empty()) d.canned.set_answer(d.get_answer);
   const std::string &socket = bare ? d.canned.path() : d.hostd.socket();
   const long expected = static_cast<long>(d.get_answer.size());
-  std::vector<double> latencies;
-  latencies.reserve(static_cast<size_t>(state.max_iterations));
-  bool failed = false;
-  for (auto _ : state) {
-    if (failed) continue;
-    const Clock::time_point start = Clock::now();
-    const bool ok = bare ? bench::bare_exchange(socket, d.get_frame) == expected
-                         : bench::get_instance(socket, d.get_frame);
-    latencies.push_back(std::chrono::duration<double>(Clock::now() - start).count());
-    if (!ok) {
-      state.SkipWithError("request failed or incomplete");
-      failed = true;
-    }
-    if (latencies.size() == static_cast<size_t>(state.max_iterations)) {
-      g_thread_latencies[static_cast<size_t>(state.thread_index())].swap(latencies);
-    }
-  }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
-  if (!first) return;
-  std::vector<double> all;
-  for (const std::vector<double> &each : g_thread_latencies) {
-    all.insert(all.end(), each.begin(), each.end());
-  }
-  if (all.empty()) return;
-  std::sort(all.begin(), all.end());
-  state.counters["p50_us"] = bench::median(all) * 1e6;
-  state.counters["p99_us"] = bench::percentile99(all) * 1e6;
+  bench::time_concurrent_requests(state, d.error, [&] {
+    return bare ? bench::bare_exchange(socket, d.get_frame) == expected
+                : bench::get_instance(socket, d.get_frame);
+  });
 }
 
 void GetInstanceConcurrent(benchmark::State &state) { concurrent(state, false); }
