@@ -336,7 +336,7 @@ std::vector<std::string> option_names_in_source() {
   std::stringstream text;
   text << in.rdbuf();
   const std::string source = text.str();
-  const std::regex entry(R"re(\{"([a-z][a-z-]*)", Kind::k[A-Za-z]+,)re");
+  const std::regex entry(R"re(\{"([a-z][a-z-]*)", k(Flag|Path|Text|List|Number),)re");
   std::vector<std::string> names;
   for (std::sregex_iterator it(source.begin(), source.end(), entry), end; it != end; ++it) {
     names.push_back((*it)[1].str());

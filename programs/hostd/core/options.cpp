@@ -1,13 +1,14 @@
 // options.cpp - parsing and documenting the command line of cmpi-hostd.
 #include "options.h"
 
-#include <getopt.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+
+#include "option_table.h"
 
 #ifndef CMPI_HOSTD_VERSION
 #define CMPI_HOSTD_VERSION "0"
@@ -17,82 +18,50 @@ namespace hostd {
 namespace {
 
 // Every option once: its name, whether it takes a value, and what it does with it.
-enum class Kind { kFlag, kPath, kText, kList, kNumber };
-
-struct OptionRow {
-  const char *name;
-  Kind kind;
-  int base;                 // kNumber
-  unsigned long long low;   // kNumber
-  unsigned long long high;  // kNumber
-};
+using wire::OptionRow;
+constexpr wire::OptionKind kFlag = wire::OptionKind::kFlag;
+constexpr wire::OptionKind kPath = wire::OptionKind::kPath;
+constexpr wire::OptionKind kText = wire::OptionKind::kText;
+constexpr wire::OptionKind kList = wire::OptionKind::kList;
+constexpr wire::OptionKind kNumber = wire::OptionKind::kNumber;
 
 const OptionRow kOptionRows[] = {
-    {"socket", Kind::kPath, 0, 0, 0},
-    {"mode", Kind::kNumber, 8, 0, 07777},
-    {"group", Kind::kText, 0, 0, 0},
-    {"foreground", Kind::kFlag, 0, 0, 0},
-    {"pid-file", Kind::kPath, 0, 0, 0},
-    {"log-level", Kind::kNumber, 10, 0, 9},
-    {"shutdown-grace", Kind::kNumber, 10, 0, 3600},
-    {"max-request", Kind::kNumber, 10, 64, 1ull << 31},
-    {"read-timeout", Kind::kNumber, 10, 1, 86400},
-    {"max-connections", Kind::kNumber, 10, 1, 65536},
-    {"max-connections-per-user", Kind::kNumber, 10, 1, 65536},
-    {"max-buffered", Kind::kNumber, 10, 4096, 1ull << 40},
-    {"max-queue", Kind::kNumber, 10, 1, 65536},
-    {"workers-per-user", Kind::kNumber, 10, 1, 256},
-    {"max-workers", Kind::kNumber, 10, 1, 4096},
-    {"max-clients", Kind::kNumber, 10, 1, 4096},  // the earlier name of --max-workers
-    {"worker-idle", Kind::kNumber, 10, 1, 86400 * 30},
-    {"provider-idle", Kind::kNumber, 10, 0, 86400 * 30},
-    {"worker-requests", Kind::kNumber, 10, 0, 1ull << 40},
-    {"worker-memory", Kind::kNumber, 10, 0, 1ull << 30},
-    {"worker-cpu", Kind::kNumber, 10, 0, 86400},
-    {"provider-timeout", Kind::kNumber, 10, 1, 86400},
-    {"request-deadline", Kind::kNumber, 10, 0, 86400 * 7},
-    {"schema-db", Kind::kPath, 0, 0, 0},
-    {"provider-dir", Kind::kPath, 0, 0, 0},
-    {"allow-user", Kind::kList, 0, 0, 0},
-    {"allow-group", Kind::kList, 0, 0, 0},
-    {"allow-proxy-user", Kind::kList, 0, 0, 0},
-    {"allow-proxy-group", Kind::kList, 0, 0, 0},
-    {"allow-proxy-root", Kind::kFlag, 0, 0, 0},
-    {"help", Kind::kFlag, 0, 0, 0},
-    {"version", Kind::kFlag, 0, 0, 0},
+    {"socket", kPath, 0, 0, 0},
+    {"mode", kNumber, 8, 0, 07777},
+    {"group", kText, 0, 0, 0},
+    {"foreground", kFlag, 0, 0, 0},
+    {"pid-file", kPath, 0, 0, 0},
+    {"log-level", kNumber, 10, 0, 9},
+    {"shutdown-grace", kNumber, 10, 0, 3600},
+    {"max-request", kNumber, 10, 64, 1ull << 31},
+    {"read-timeout", kNumber, 10, 1, 86400},
+    {"max-connections", kNumber, 10, 1, 65536},
+    {"max-connections-per-user", kNumber, 10, 1, 65536},
+    {"max-buffered", kNumber, 10, 4096, 1ull << 40},
+    {"max-queue", kNumber, 10, 1, 65536},
+    {"workers-per-user", kNumber, 10, 1, 256},
+    {"max-workers", kNumber, 10, 1, 4096},
+    {"max-clients", kNumber, 10, 1, 4096},  // the earlier name of --max-workers
+    {"worker-idle", kNumber, 10, 1, 86400 * 30},
+    {"provider-idle", kNumber, 10, 0, 86400 * 30},
+    {"worker-requests", kNumber, 10, 0, 1ull << 40},
+    {"worker-memory", kNumber, 10, 0, 1ull << 30},
+    {"worker-cpu", kNumber, 10, 0, 86400},
+    {"provider-timeout", kNumber, 10, 1, 86400},
+    {"request-deadline", kNumber, 10, 0, 86400 * 7},
+    {"schema-db", kPath, 0, 0, 0},
+    {"provider-dir", kPath, 0, 0, 0},
+    {"allow-user", kList, 0, 0, 0},
+    {"allow-group", kList, 0, 0, 0},
+    {"allow-proxy-user", kList, 0, 0, 0},
+    {"allow-proxy-group", kList, 0, 0, 0},
+    {"allow-proxy-root", kFlag, 0, 0, 0},
+    {"help", kFlag, 0, 0, 0},
+    {"version", kFlag, 0, 0, 0},
 };
 constexpr int kOptionCount = static_cast<int>(sizeof kOptionRows / sizeof kOptionRows[0]);
 
-// A whole non-negative number in the given base within [low, high]; nothing else accepted.
-bool parse_number(const char *text, int base, unsigned long long low, unsigned long long high,
-                  unsigned long long *out) {
-  // strtoull would skip leading blanks and take a sign: only a digit may start the text.
-  if (text == nullptr || *text < '0' || *text > '9') return false;
-  errno = 0;
-  char *end = nullptr;
-  unsigned long long value = std::strtoull(text, &end, base);
-  if (errno != 0 || end == text || *end != '\0') return false;
-  if (value < low || value > high) return false;
-  *out = value;
-  return true;
-}
-
-// A bound as the option is typed: octal with its leading 0, else decimal.
-std::string bound_text(unsigned long long value, int base) {
-  if (base != 8 || value == 0) return std::to_string(value);
-  std::string digits;
-  for (; value != 0; value /= 8) digits.insert(digits.begin(), static_cast<char>('0' + value % 8));
-  return "0" + digits;
-}
-
-std::string absolute(const std::string &path) {
-  if (path.empty() || path[0] == '/') return path;
-  char cwd[PATH_MAX];
-  if (getcwd(cwd, sizeof cwd) == nullptr) return path;
-  std::string joined = cwd;
-  if (joined.back() != '/') joined += '/';
-  return joined + path;
-}
+using wire::absolute_path;
 
 // Stores a parsed value into its field; false with *error for a value out of place.
 bool store(const std::string &name, const std::string &text, unsigned long long n,
@@ -102,7 +71,7 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
       *error = "--socket: the path is empty";
       return false;
     }
-    o->socket_path = absolute(text);
+    o->socket_path = absolute_path(text);
     if (o->socket_path.size() > 107) {
       *error = "--socket: the path is longer than 107 characters";
       return false;
@@ -114,7 +83,7 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
   } else if (name == "foreground") {
     o->foreground = true;
   } else if (name == "pid-file") {
-    o->pid_file = absolute(text);
+    o->pid_file = absolute_path(text);
   } else if (name == "log-level") {
     o->log_level = static_cast<int>(n);
   } else if (name == "shutdown-grace") {
@@ -150,9 +119,9 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
   } else if (name == "request-deadline") {
     o->request_deadline = static_cast<int>(n);
   } else if (name == "schema-db") {
-    o->schema_db = absolute(text);
+    o->schema_db = absolute_path(text);
   } else if (name == "provider-dir") {
-    o->provider_dir = absolute(text);
+    o->provider_dir = absolute_path(text);
     if (!o->provider_dir.empty() && o->provider_dir.back() != '/') o->provider_dir += '/';
   } else if (name == "allow-user") {
     o->allow_users.push_back(text);
@@ -171,54 +140,19 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
 }  // namespace
 
 ParseOutcome parse_options(int argc, char **argv, Options *options, std::string *error) {
-  struct option longs[kOptionCount + 1];
-  for (int i = 0; i < kOptionCount; ++i) {
-    longs[i] = {kOptionRows[i].name, kOptionRows[i].kind == Kind::kFlag ? no_argument : required_argument,
-                nullptr, 256 + i};
-  }
-  longs[kOptionCount] = {nullptr, 0, nullptr, 0};
-  // 0, not 1: getopt then starts afresh, forgetting a cluster of short options it was inside
-  // and the arguments it moved on an earlier call.
-  optind = 0;
-  opterr = 0;
-  for (;;) {
-    int index = 0;
-    int c = getopt_long(argc, argv, ":", longs, &index);
-    if (c == -1) break;
-    if (c == ':') {
-      *error = std::string("option '") + argv[optind - 1] + "' needs a value";
+  const wire::OptionStore keep = [options](const OptionRow &row, const std::string &text,
+                                           unsigned long long n, std::string *why) {
+    return store(row.name, text, n, options, why);
+  };
+  switch (wire::walk_options(argc, argv, kOptionRows, kOptionCount, keep, error)) {
+    case wire::OptionWalk::kShowHelp:
+      return ParseOutcome::kShowHelp;
+    case wire::OptionWalk::kShowVersion:
+      return ParseOutcome::kShowVersion;
+    case wire::OptionWalk::kExitUsage:
       return ParseOutcome::kExitUsage;
-    }
-    if (c < 256 || c >= 256 + kOptionCount) {
-      // getopt tells in optopt what it refused: a short option letter (argv[optind - 1] is not
-      // it when more letters follow in the same word), a flag given a value, or 0 for an
-      // unknown or ambiguous long option.
-      if (optopt >= 256 && optopt < 256 + kOptionCount) {
-        *error = std::string("option '--") + kOptionRows[optopt - 256].name + "' takes no value";
-      } else if (optopt > 0 && optopt < 256) {
-        *error = std::string("unknown option '-") + static_cast<char>(optopt) + "'";
-      } else {
-        *error = std::string("unknown option '") + argv[optind - 1] + "'";
-      }
-      return ParseOutcome::kExitUsage;
-    }
-    const OptionRow &row = kOptionRows[c - 256];
-    const std::string name = row.name;
-    if (name == "help") return ParseOutcome::kShowHelp;
-    if (name == "version") return ParseOutcome::kShowVersion;
-    unsigned long long n = 0;
-    if (row.kind == Kind::kNumber && !parse_number(optarg, row.base, row.low, row.high, &n)) {
-      *error = "--" + name + ": '" + (optarg ? optarg : "") + "' is not a number from " +
-               bound_text(row.low, row.base) + " to " + bound_text(row.high, row.base);
-      return ParseOutcome::kExitUsage;
-    }
-    if (!store(name, optarg != nullptr ? optarg : "", n, options, error)) {
-      return ParseOutcome::kExitUsage;
-    }
-  }
-  if (optind < argc) {
-    *error = std::string("unexpected argument '") + argv[optind] + "'";
-    return ParseOutcome::kExitUsage;
+    case wire::OptionWalk::kRun:
+      break;
   }
   return ParseOutcome::kRun;
 }

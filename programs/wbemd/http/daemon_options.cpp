@@ -1,12 +1,13 @@
 // daemon_options.cpp - parsing and documenting the command line of cmpi-wbemd.
 #include "daemon_options.h"
 
-#include <getopt.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+
+#include "option_table.h"
 
 #ifndef CMPI_WBEMD_VERSION
 #define CMPI_WBEMD_VERSION "0"
@@ -15,70 +16,49 @@
 namespace wbem {
 namespace {
 
-enum class Kind { kFlag, kPath, kText, kNumber };
-
-struct OptionRow {
-  const char *name;
-  Kind kind;
-  unsigned long long low;   // kNumber
-  unsigned long long high;  // kNumber
-};
+using wire::OptionRow;
+constexpr wire::OptionKind kFlag = wire::OptionKind::kFlag;
+constexpr wire::OptionKind kPath = wire::OptionKind::kPath;
+constexpr wire::OptionKind kText = wire::OptionKind::kText;
+constexpr wire::OptionKind kNumber = wire::OptionKind::kNumber;
 
 const OptionRow kRows[] = {
-    {"https-port", Kind::kNumber, 0, 65535},
-    {"https-address", Kind::kText, 0, 0},
-    {"http-port", Kind::kNumber, 0, 65535},
-    {"http-address", Kind::kText, 0, 0},
-    {"allow-remote-http", Kind::kFlag, 0, 0},
-    {"cert", Kind::kPath, 0, 0},
-    {"key", Kind::kPath, 0, 0},
-    {"pam-service", Kind::kText, 0, 0},
-    {"pam-config-dir", Kind::kPath, 0, 0},
-    {"user", Kind::kText, 0, 0},
-    {"login-delay", Kind::kNumber, 0, 60000},
-    {"login-delay-max", Kind::kNumber, 0, 600000},
-    {"trust-local-peers", Kind::kFlag, 0, 0},
-    {"max-header", Kind::kNumber, 4096, 1u << 20},
-    {"max-body", Kind::kNumber, 1024, 1ull << 31},
-    {"max-connections", Kind::kNumber, 1, 65536},
-    {"max-connections-per-peer", Kind::kNumber, 1, 65536},
-    {"idle-timeout", Kind::kNumber, 1, 86400},
-    {"request-timeout", Kind::kNumber, 1, 86400},
-    {"stream-threshold", Kind::kNumber, 1024, 1u << 30},
-    {"max-xml-depth", Kind::kNumber, 4, 10000},
-    {"max-xml-elements", Kind::kNumber, 16, 1ull << 32},
-    {"max-xml-attributes", Kind::kNumber, 4, 10000},
-    {"max-xml-text", Kind::kNumber, 1024, 1ull << 31},
-    {"host-socket", Kind::kPath, 0, 0},
-    {"host-timeout", Kind::kNumber, 0, 86400},
-    {"schema-db", Kind::kPath, 0, 0},
-    {"host-name", Kind::kText, 0, 0},
-    {"foreground", Kind::kFlag, 0, 0},
-    {"log-level", Kind::kNumber, 0, 9},
-    {"help", Kind::kFlag, 0, 0},
-    {"version", Kind::kFlag, 0, 0},
+    {"https-port", kNumber, 10, 0, 65535},
+    {"https-address", kText, 0, 0, 0},
+    {"http-port", kNumber, 10, 0, 65535},
+    {"http-address", kText, 0, 0, 0},
+    {"allow-remote-http", kFlag, 0, 0, 0},
+    {"cert", kPath, 0, 0, 0},
+    {"key", kPath, 0, 0, 0},
+    {"pam-service", kText, 0, 0, 0},
+    {"pam-config-dir", kPath, 0, 0, 0},
+    {"user", kText, 0, 0, 0},
+    {"login-delay", kNumber, 10, 0, 60000},
+    {"login-delay-max", kNumber, 10, 0, 600000},
+    {"trust-local-peers", kFlag, 0, 0, 0},
+    {"max-header", kNumber, 10, 4096, 1u << 20},
+    {"max-body", kNumber, 10, 1024, 1ull << 31},
+    {"max-connections", kNumber, 10, 1, 65536},
+    {"max-connections-per-peer", kNumber, 10, 1, 65536},
+    {"idle-timeout", kNumber, 10, 1, 86400},
+    {"request-timeout", kNumber, 10, 1, 86400},
+    {"stream-threshold", kNumber, 10, 1024, 1u << 30},
+    {"max-xml-depth", kNumber, 10, 4, 10000},
+    {"max-xml-elements", kNumber, 10, 16, 1ull << 32},
+    {"max-xml-attributes", kNumber, 10, 4, 10000},
+    {"max-xml-text", kNumber, 10, 1024, 1ull << 31},
+    {"host-socket", kPath, 0, 0, 0},
+    {"host-timeout", kNumber, 10, 0, 86400},
+    {"schema-db", kPath, 0, 0, 0},
+    {"host-name", kText, 0, 0, 0},
+    {"foreground", kFlag, 0, 0, 0},
+    {"log-level", kNumber, 10, 0, 9},
+    {"help", kFlag, 0, 0, 0},
+    {"version", kFlag, 0, 0, 0},
 };
 constexpr int kCount = static_cast<int>(sizeof kRows / sizeof kRows[0]);
 
-bool parse_number(const char *text, unsigned long long low, unsigned long long high,
-                  unsigned long long *out) {
-  if (text == nullptr || *text < '0' || *text > '9') return false;
-  errno = 0;
-  char *end = nullptr;
-  unsigned long long value = std::strtoull(text, &end, 10);
-  if (errno != 0 || *end != '\0' || value < low || value > high) return false;
-  *out = value;
-  return true;
-}
-
-std::string absolute(const std::string &path) {
-  if (path.empty() || path[0] == '/') return path;
-  char cwd[PATH_MAX];
-  if (getcwd(cwd, sizeof cwd) == nullptr) return path;
-  std::string joined = cwd;
-  if (joined.back() != '/') joined += '/';
-  return joined + path;
-}
+using wire::absolute_path;
 
 bool store(const std::string &name, const std::string &text, unsigned long long n,
            DaemonOptions *o, std::string *error) {
@@ -94,10 +74,10 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
   else if (name == "http-port") o->http_port = static_cast<int>(n);
   else if (name == "http-address") o->http_address = text == "*" ? "" : text;
   else if (name == "allow-remote-http") o->allow_remote_http = true;
-  else if (name == "cert") o->certificate = absolute(text);
-  else if (name == "key") o->key = absolute(text);
+  else if (name == "cert") o->certificate = absolute_path(text);
+  else if (name == "key") o->key = absolute_path(text);
   else if (name == "pam-service") o->pam_service = text;
-  else if (name == "pam-config-dir") o->pam_config_dir = absolute(text);
+  else if (name == "pam-config-dir") o->pam_config_dir = absolute_path(text);
   else if (name == "user") o->user = text;
   else if (name == "login-delay") o->login_delay_ms = static_cast<long>(n);
   else if (name == "login-delay-max") o->login_delay_max_ms = static_cast<long>(n);
@@ -113,9 +93,9 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
   else if (name == "max-xml-elements") o->max_xml_elements = static_cast<std::size_t>(n);
   else if (name == "max-xml-attributes") o->max_xml_attributes = static_cast<std::size_t>(n);
   else if (name == "max-xml-text") o->max_xml_text = static_cast<std::size_t>(n);
-  else if (name == "host-socket") o->host_socket = absolute(text);
+  else if (name == "host-socket") o->host_socket = absolute_path(text);
   else if (name == "host-timeout") o->host_timeout = static_cast<int>(n);
-  else if (name == "schema-db") o->schema_db = absolute(text);
+  else if (name == "schema-db") o->schema_db = absolute_path(text);
   else if (name == "host-name") o->host_name = text;
   else if (name == "foreground") o->foreground = true;
   else if (name == "log-level") o->log_level = static_cast<int>(n);
@@ -126,49 +106,19 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
 
 DaemonParse parse_daemon_options(int argc, char **argv, DaemonOptions *options,
                                  std::string *error) {
-  struct option longs[kCount + 1];
-  for (int i = 0; i < kCount; ++i) {
-    longs[i] = {kRows[i].name, kRows[i].kind == Kind::kFlag ? no_argument : required_argument,
-                nullptr, 256 + i};
-  }
-  longs[kCount] = {nullptr, 0, nullptr, 0};
-  optind = 0;  // start afresh (tests parse several command lines)
-  opterr = 0;
-  for (;;) {
-    int index = 0;
-    int c = getopt_long(argc, argv, ":", longs, &index);
-    if (c == -1) break;
-    if (c == ':') {
-      *error = std::string("option '") + argv[optind - 1] + "' needs a value";
+  const wire::OptionStore keep = [options](const OptionRow &row, const std::string &text,
+                                           unsigned long long n, std::string *why) {
+    return store(row.name, text, n, options, why);
+  };
+  switch (wire::walk_options(argc, argv, kRows, kCount, keep, error)) {
+    case wire::OptionWalk::kShowHelp:
+      return DaemonParse::kShowHelp;
+    case wire::OptionWalk::kShowVersion:
+      return DaemonParse::kShowVersion;
+    case wire::OptionWalk::kExitUsage:
       return DaemonParse::kExitUsage;
-    }
-    if (c < 256 || c >= 256 + kCount) {
-      if (optopt >= 256 && optopt < 256 + kCount) {
-        *error = std::string("option '--") + kRows[optopt - 256].name + "' takes no value";
-      } else if (optopt > 0 && optopt < 256) {
-        *error = std::string("unknown option '-") + static_cast<char>(optopt) + "'";
-      } else {
-        *error = std::string("unknown option '") + argv[optind - 1] + "'";
-      }
-      return DaemonParse::kExitUsage;
-    }
-    const OptionRow &row = kRows[c - 256];
-    const std::string name = row.name;
-    if (name == "help") return DaemonParse::kShowHelp;
-    if (name == "version") return DaemonParse::kShowVersion;
-    unsigned long long n = 0;
-    if (row.kind == Kind::kNumber && !parse_number(optarg, row.low, row.high, &n)) {
-      *error = "--" + name + ": '" + (optarg ? optarg : "") + "' is not a number from " +
-               std::to_string(row.low) + " to " + std::to_string(row.high);
-      return DaemonParse::kExitUsage;
-    }
-    if (!store(name, optarg != nullptr ? optarg : "", n, options, error)) {
-      return DaemonParse::kExitUsage;
-    }
-  }
-  if (optind < argc) {
-    *error = std::string("unexpected argument '") + argv[optind] + "'";
-    return DaemonParse::kExitUsage;
+    case wire::OptionWalk::kRun:
+      break;
   }
   if (options->https_port == 0 && options->http_port == 0) {
     *error = "--https-port 0 and --http-port 0: nothing to listen on";
