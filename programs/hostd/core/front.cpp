@@ -28,6 +28,12 @@ void Output::add(std::string_view more) {
   if (sent > 0 && sent == bytes.size()) {
     bytes.clear();
     sent = 0;
+  } else if (sent >= kOutputCompact && sent >= pending()) {
+    // A client that keeps up without ever emptying the buffer would otherwise keep every byte
+    // of its answer here; what is dropped is at least as much as what moves, so appending
+    // stays linear.
+    bytes.erase(0, sent);
+    sent = 0;
   }
   bytes.append(more.data(), more.size());
 }

@@ -22,6 +22,10 @@
 namespace hostd {
 
 // A pending output: bytes written from `sent` on.
+// Bytes waiting to go to a peer; sent counts those already gone. add() drops the sent ones
+// once they are 64 KiB or more and no fewer than those still waiting, so the buffer holds
+// about twice what waits, however long the stream.
+inline constexpr std::size_t kOutputCompact = 64u << 10;
 struct Output {
   std::string bytes;
   std::size_t sent = 0;
