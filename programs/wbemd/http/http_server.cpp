@@ -20,6 +20,7 @@
 
 #include "answer_pipe.h"
 #include "basic_credentials.h"
+#include "connection_login.h"
 #include "http_log.h"
 #include "local_peer.h"
 #include "request_checks.h"
@@ -40,6 +41,8 @@ struct Connection {
   std::string peer_host;  // "127.0.0.1", "::1"
   bool receiving = true;  // between a request's start and its last body byte
   Clock::time_point since;
+  // The Authorization value that logged in on this connection (its own thread only).
+  ConnectionLogin login;
 };
 
 // One request on a connection, from its first line to its completion.
@@ -288,6 +291,14 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
     HTTP_TRACE("request from %s without credentials: 401", peer.c_str());
     return false;
   }
+  // The same credentials again on a connection where they already logged in: served without
+  // asking the helper (connection_login.h).
+  std::string remembered;
+  if (values.size() == 1 && c != nullptr && c->login.recall(values[0], &remembered)) {
+    request->call.user = remembered;
+    request->call.peer = peer;
+    return true;
+  }
   // While the login is checked (and held back), the request time-out does not run.
   mark(c, false);
   BasicCredentials credentials;
@@ -301,10 +312,12 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
   mark(c, true);
   if (ok) {
     throttle.succeeded(host);
+    if (c != nullptr) c->login.remember(values[0], credentials.user);
     request->call.user = credentials.user;
     request->call.peer = peer;
     return true;
   }
+  if (c != nullptr) c->login.forget();
   auto delay = throttle.failed(host, Clock::now());
   int failures = throttle.failures(host);
   if (readable) {
