@@ -43,6 +43,9 @@ struct Connection {
   Clock::time_point since;
   // The Authorization value that logged in on this connection (its own thread only).
   ConnectionLogin login;
+  // The local user owning the client's end, once looked up (trusted local peers only; the
+  // owner of a socket does not change while it is open).
+  std::string local_user;
 };
 
 // One request on a connection, from its first line to its completion.
@@ -281,7 +284,12 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
   std::vector<std::string> values = header_values(headers, "Authorization");
   if (values.empty()) {
     std::string local_user;
-    if (trust_local && c != nullptr && local_peer_user(c->fd, &local_user)) {
+    if (trust_local && c != nullptr && !c->local_user.empty()) {
+      local_user = c->local_user;
+    } else if (trust_local && c != nullptr && local_peer_user(c->fd, &local_user)) {
+      c->local_user = local_user;
+    }
+    if (!local_user.empty()) {
       HTTP_TRACE("request from %s without credentials served as its local user %s",
                  peer.c_str(), local_user.c_str());
       request->call.user = local_user;
