@@ -29,6 +29,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -304,6 +306,25 @@ FrontEnd *ready(benchmark::State &state, const std::string &key, size_t count) {
   return &f;
 }
 
+// The CPU time (user and system, all threads) a process has used so far, in seconds; its
+// children (the login helper) are not counted.
+double process_cpu_seconds(pid_t pid) {
+  std::ifstream in("/proc/" + std::to_string(pid) + "/stat");
+  std::string text;
+  std::getline(in, text);
+  // The fields after the command name (which may hold spaces) start after the last ')'.
+  const std::size_t close = text.rfind(')');
+  if (close == std::string::npos) return 0;
+  std::istringstream fields(text.substr(close + 2));
+  std::string field;
+  unsigned long long utime = 0, stime = 0;
+  for (int i = 3; i <= 15 && fields >> field; ++i) {
+    if (i == 14) utime = std::strtoull(field.c_str(), nullptr, 10);
+    if (i == 15) stime = std::strtoull(field.c_str(), nullptr, 10);
+  }
+  return static_cast<double>(utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
 void memory_counters(benchmark::State &state, pid_t wbemd) {
   const bench::ProcessMemory m = bench::process_memory(wbemd);
   state.counters["wbemd_peak_kib"] = static_cast<double>(m.peak_kib);
@@ -352,7 +373,10 @@ void get_instance(benchmark::State &state, Target target, bool tls) {
   latencies.reserve(static_cast<size_t>(state.max_iterations));
   bool failed = false;
   HttpAnswer a;
+  double cpu_before = 0;
   for (auto _ : state) {
+    // Read once every thread is in its loop (the loop's start waits for all of them).
+    if (first && latencies.empty()) cpu_before = process_cpu_seconds(f.wbemd.pid());
     if (failed) continue;
     const Clock::time_point start = Clock::now();
     const bool ok = target == Target::kDirect
@@ -380,6 +404,13 @@ void get_instance(benchmark::State &state, Target target, bool tls) {
   std::sort(all.begin(), all.end());
   state.counters["p50_us"] = bench::median(all) * 1e6;
   state.counters["p99_us"] = bench::percentile99(all) * 1e6;
+  state.counters["answer_bytes"] = static_cast<double>(f.get_answer.size());
+  // The front end's CPU per request (all client threads' requests; thread 0 started its count
+  // before its loop and reads it after every thread's loop ended).
+  const double requests = static_cast<double>(state.iterations()) * state.threads();
+  state.counters["wbemd_cpu_us"] =
+      target == Target::kDirect ? 0.0
+                                : (process_cpu_seconds(f.wbemd.pid()) - cpu_before) * 1e6 / requests;
 }
 
 // ---- EnumerateInstances ------------------------------------------------------------------------
@@ -406,6 +437,7 @@ void enumerate(benchmark::State &state, Target target, bool trailers) {
     }
   }
   HttpAnswer a;
+  const double cpu_before = process_cpu_seconds(f->wbemd.pid());
   bench::time_requests(state, count, answer, [&] {
     if (target == Target::kDirect) {
       return bench::enumerate(f->hostd.socket(), f->enum_frame) == static_cast<long>(count);
@@ -413,13 +445,20 @@ void enumerate(benchmark::State &state, Target target, bool trailers) {
     return c.exchange(request, &a) && a.body_bytes == f->enum_body_bytes &&
            (!trailers || a.trailers.find("CIMStatusCode: 0") != std::string::npos);
   });
-  if (target == Target::kFrontBasic) memory_counters(state, f->wbemd.pid());
+  // The front end's CPU per enumeration (0 for the rows that do not use it).
+  state.counters["wbemd_cpu_ms"] =
+      target == Target::kFrontBasic
+          ? (process_cpu_seconds(f->wbemd.pid()) - cpu_before) * 1e3 /
+                static_cast<double>(std::max<int64_t>(1, state.iterations()))
+          : 0.0;
+  memory_counters(state, f->wbemd.pid());
 }
 
 void stop_all() {
   std::lock_guard<std::mutex> lock(g_mutex);
   for (auto &entry : g_front_ends) {
-    std::printf("%s: peak memory of cmpi-wbemd (VmHWM) %ld KiB\n", entry.first.c_str(),
+    // On standard error: the C stream stdout is silenced (bench_main.h).
+    std::fprintf(stderr, "%s: peak memory of cmpi-wbemd (VmHWM) %ld KiB\n", entry.first.c_str(),
                 bench::process_memory(entry.second->wbemd.pid()).peak_kib);
   }
   g_front_ends.clear();
