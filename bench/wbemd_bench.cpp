@@ -22,6 +22,9 @@
 //
 // Every size of enumeration, and the GetInstance rows, get a cmpi-hostd and a cmpi-wbemd of
 // their own (started on first use), so each daemon's peak memory belongs to one size alone.
+// wbemd_cpu_us / wbemd_cpu_ms: the CPU time cmpi-wbemd spent per request (all its threads).
+// A run that is killed leaves its user (wbench<pid>) and its /tmp/wbench-* directory behind:
+// remove them with userdel and rm; the daemons stop with it.
 #include <benchmark/benchmark.h>
 #include <sys/stat.h>
 #include <unistd.h>

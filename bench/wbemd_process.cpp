@@ -203,6 +203,24 @@ bool WbemdProcess::start(const std::string &dir, const std::string &host_socket,
     execv(argv[0], argv.data());
     _exit(127);
   }
+  // The daemon drops to nobody, which clears its parent-death signal: a watcher that keeps
+  // root waits for the end of a pipe only the benchmark holds, and stops the daemon when the
+  // benchmark ends without stop() (a crash, an abort).
+  int watch[2];
+  if (pipe2(watch, O_CLOEXEC) == 0) {
+    const pid_t daemon = pid_;
+    watcher_ = fork();
+    if (watcher_ == 0) {
+      close(watch[1]);
+      char byte;
+      while (read(watch[0], &byte, 1) < 0 && errno == EINTR) {
+      }
+      kill(daemon, SIGTERM);
+      _exit(0);
+    }
+    close(watch[0]);
+    watch_fd_ = watch[1];
+  }
   const std::string started = "pid=" + std::to_string(pid_) + " level=3 module=235: cmpi-wbemd started";
   for (int i = 0; i < 1000; ++i) {
     int status = 0;
@@ -219,6 +237,14 @@ bool WbemdProcess::start(const std::string &dir, const std::string &host_socket,
 }
 
 void WbemdProcess::stop() {
+  // The watcher first, so that it never signals a process id that was reaped already.
+  if (watcher_ > 0) {
+    kill(watcher_, SIGKILL);
+    waitpid(watcher_, nullptr, 0);
+    watcher_ = -1;
+  }
+  if (watch_fd_ >= 0) close(watch_fd_);
+  watch_fd_ = -1;
   if (pid_ <= 0) return;
   kill(pid_, SIGTERM);
   int status = 0;

@@ -5,7 +5,8 @@
 // The daemon runs in the foreground as a child of the benchmark (as root, dropping to nobody),
 // on free loopback ports for HTTP and HTTPS, with --trust-local-peers so that a request
 // without credentials is served as the benchmark's own user, and its log (level 2) in its
-// directory. Everything here needs root.
+// directory. Everything here needs root. A small watcher process stops the daemon should the
+// benchmark end without stop().
 #ifndef CMPIUTILITY_BENCH_WBEMD_PROCESS_H
 #define CMPIUTILITY_BENCH_WBEMD_PROCESS_H
 
@@ -60,6 +61,8 @@ class WbemdProcess {
 
  private:
   pid_t pid_ = -1;
+  pid_t watcher_ = -1;  // stops the daemon if the benchmark ends without stop()
+  int watch_fd_ = -1;   // the pipe end whose closing wakes the watcher
   uint16_t http_port_ = 0;
   uint16_t https_port_ = 0;
   std::string log_file_;
