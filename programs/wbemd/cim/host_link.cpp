@@ -14,6 +14,7 @@
 #include "cli_error.h"
 #include "cmpi_build.h"
 #include "connection.h"
+#include "frame_marks.h"
 #include "frame_view.h"
 #include "operations.h"
 #include "output.h"
@@ -88,7 +89,8 @@ void stream(const HostLink &link, cli::Request &request, const std::string &what
     conn.open();
     conn.send(frame);
     Carry carry;
-    cli::FrameSplitter splitter;
+    // Only the marks the decoded instances lose, not a second whole parse (frame_marks.h).
+    FrameMarks splitter;
     std::deque<Json::Value> frames;
     uint32_t complete = 0;
     while (complete == 0) {

@@ -20,6 +20,7 @@
 
 #include "answer_pipe.h"
 #include "basic_credentials.h"
+#include "connection_login.h"
 #include "http_log.h"
 #include "local_peer.h"
 #include "request_checks.h"
@@ -40,6 +41,11 @@ struct Connection {
   std::string peer_host;  // "127.0.0.1", "::1"
   bool receiving = true;  // between a request's start and its last body byte
   Clock::time_point since;
+  // The Authorization value that logged in on this connection (its own thread only).
+  ConnectionLogin login;
+  // The local user owning the client's end, once looked up (trusted local peers only; the
+  // owner of a socket does not change while it is open).
+  std::string local_user;
 };
 
 // One request on a connection, from its first line to its completion.
@@ -278,7 +284,12 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
   std::vector<std::string> values = header_values(headers, "Authorization");
   if (values.empty()) {
     std::string local_user;
-    if (trust_local && c != nullptr && local_peer_user(c->fd, &local_user)) {
+    if (trust_local && c != nullptr && !c->local_user.empty()) {
+      local_user = c->local_user;
+    } else if (trust_local && c != nullptr && local_peer_user(c->fd, &local_user)) {
+      c->local_user = local_user;
+    }
+    if (!local_user.empty()) {
       HTTP_TRACE("request from %s without credentials served as its local user %s",
                  peer.c_str(), local_user.c_str());
       request->call.user = local_user;
@@ -287,6 +298,14 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
     }
     HTTP_TRACE("request from %s without credentials: 401", peer.c_str());
     return false;
+  }
+  // The same credentials again on a connection where they already logged in: served without
+  // asking the helper (connection_login.h).
+  std::string remembered;
+  if (values.size() == 1 && c != nullptr && c->login.recall(values[0], &remembered)) {
+    request->call.user = remembered;
+    request->call.peer = peer;
+    return true;
   }
   // While the login is checked (and held back), the request time-out does not run.
   mark(c, false);
@@ -301,10 +320,12 @@ bool HttpServer::State::authenticate(const HeaderList &headers, Request *request
   mark(c, true);
   if (ok) {
     throttle.succeeded(host);
+    if (c != nullptr) c->login.remember(values[0], credentials.user);
     request->call.user = credentials.user;
     request->call.peer = peer;
     return true;
   }
+  if (c != nullptr) c->login.forget();
   auto delay = throttle.failed(host, Clock::now());
   int failures = throttle.failures(host);
   if (readable) {

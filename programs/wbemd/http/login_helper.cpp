@@ -163,6 +163,8 @@ bool LoginHelper::login(const std::string &user, const std::string &password,
     if (pid_ > 0) kill(pid_, SIGKILL);
     return false;
   }
+  HTTP_TRACE("login helper answered for user %s from %s: %s", user.c_str(), host.c_str(),
+             answer == 'Y' ? "may log in" : "refused");
   return answer == 'Y';
 }
 

@@ -11,6 +11,7 @@
 
 #include "answer_pipe.h"
 #include "basic_credentials.h"
+#include "connection_login.h"
 #include "daemon_options.h"
 #include "http_log.h"
 #include "listen_socket.h"
@@ -49,6 +50,37 @@ TEST(BasicCredentials, RefusesAnythingElse) {
   EXPECT_FALSE(wbem::parse_basic_credentials(httptest::basic("a", std::string(513, 'p')), &c));
   EXPECT_FALSE(wbem::parse_basic_credentials(httptest::basic("a", "p\nq"), &c));
   EXPECT_TRUE(wbem::parse_basic_credentials(httptest::basic("a", std::string(512, 'p')), &c));
+}
+
+TEST(ConnectionLogin, RecallsOnlyTheExactValueItRemembered) {
+  wbem::ConnectionLogin login;
+  std::string user = "unset";
+  EXPECT_FALSE(login.recall("Basic YWxpY2U6c2VjcmV0", &user));
+  EXPECT_EQ(user, "unset");
+  login.remember("Basic YWxpY2U6c2VjcmV0", "alice");
+  EXPECT_TRUE(login.recall("Basic YWxpY2U6c2VjcmV0", &user));
+  EXPECT_EQ(user, "alice");
+  EXPECT_FALSE(login.recall("Basic YWxpY2U6c2VjcmV1", &user));
+  EXPECT_FALSE(login.recall("Basic YWxpY2U6c2VjcmV0 ", &user));
+  EXPECT_FALSE(login.recall("Basic YWxpY2U6c2VjcmV", &user));
+  EXPECT_FALSE(login.recall("", &user));
+  login.remember("Basic Ym9iOnB3", "bob");
+  EXPECT_FALSE(login.recall("Basic YWxpY2U6c2VjcmV0", &user));
+  EXPECT_TRUE(login.recall("Basic Ym9iOnB3", &user));
+  EXPECT_EQ(user, "bob");
+  login.forget();
+  EXPECT_FALSE(login.recall("Basic Ym9iOnB3", &user));
+}
+
+TEST(ConnectionLogin, SameSecretComparesEveryByteAndTheLength) {
+  EXPECT_TRUE(wbem::same_secret("", ""));
+  EXPECT_TRUE(wbem::same_secret("abc", "abc"));
+  EXPECT_FALSE(wbem::same_secret("abc", "abd"));
+  EXPECT_FALSE(wbem::same_secret("xbc", "abc"));
+  EXPECT_FALSE(wbem::same_secret("abc", "abcd"));
+  EXPECT_FALSE(wbem::same_secret("abcd", "abc"));
+  EXPECT_FALSE(wbem::same_secret("", "a"));
+  EXPECT_FALSE(wbem::same_secret(std::string("a\0b", 3), std::string("a\0c", 3)));
 }
 
 TEST(RequestChecks, RequestLine) {

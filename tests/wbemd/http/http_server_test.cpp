@@ -185,6 +185,57 @@ TEST_F(HttpServerTest, TwoRequestsOnOneConnection) {
   EXPECT_EQ(service_.served().size(), 2u);
 }
 
+TEST_F(HttpServerTest, AKeptAliveConnectionAsksForItsLoginOnce) {
+  Connection c(port_);
+  ASSERT_TRUE(c.connected());
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(c.send(cim_request("Echo", "again")));
+    Answer a = c.read_answer();
+    EXPECT_EQ(a.status, 200);
+    EXPECT_EQ(a.body, "alice|again");
+    EXPECT_FALSE(a.closed);
+  }
+  EXPECT_EQ(login_.asked.load(), 1);
+  // Another connection with the same credentials is checked on its own.
+  EXPECT_EQ(exchange(cim_request("Echo", "x")).status, 200);
+  EXPECT_EQ(login_.asked.load(), 2);
+  EXPECT_EQ(service_.served().size(), 4u);
+}
+
+TEST_F(HttpServerTest, AChangedAuthorizationOnTheSameConnectionIsCheckedAgain) {
+  Connection c(port_);
+  ASSERT_TRUE(c.connected());
+  ASSERT_TRUE(c.send(cim_request("Echo", "first")));
+  EXPECT_EQ(c.read_answer().status, 200);
+  EXPECT_EQ(login_.asked.load(), 1);
+  // The same user and password written differently (two spaces) is another value: asked.
+  ASSERT_TRUE(c.send(cim_request("Echo", "spaced", "", "Basic  YWxpY2U6c2VjcmV0")));
+  Answer spaced = c.read_answer();
+  EXPECT_EQ(spaced.status, 200);
+  EXPECT_EQ(spaced.body, "alice|spaced");
+  EXPECT_EQ(login_.asked.load(), 2);
+  // A wrong password on the connection that logged in is asked about and refused (the 401
+  // ends that connection: its body was not read).
+  ASSERT_TRUE(c.send(cim_request("Echo", "wrong", "", httptest::basic("alice", "guess"))));
+  Answer wrong = c.read_answer();
+  EXPECT_EQ(wrong.status, 401);
+  EXPECT_EQ(login_.asked.load(), 3);
+  // On a connection that logged in, a request without the header is 401 as anywhere, with no
+  // question asked.
+  Connection d(port_);
+  ASSERT_TRUE(d.send(cim_request("Echo", "back")));
+  Answer back = d.read_answer();
+  EXPECT_EQ(back.status, 200);
+  EXPECT_EQ(back.body, "alice|back");
+  EXPECT_EQ(login_.asked.load(), 4);
+  ASSERT_TRUE(d.send(cim_request("Echo", "none", "", "")));
+  EXPECT_EQ(d.read_answer().status, 401);
+  EXPECT_EQ(login_.asked.load(), 4);
+  auto calls = service_.served();
+  ASSERT_EQ(calls.size(), 3u);
+  for (const auto &call : calls) EXPECT_EQ(call.user, "alice");
+}
+
 TEST_F(HttpServerTest, ALargeAnswerIsChunkedWithBoundedMemory) {
   service_.large_size = 2000000;
   Answer a = exchange(cim_request("Large", ""));

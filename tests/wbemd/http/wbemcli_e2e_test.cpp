@@ -346,6 +346,44 @@ TEST_F(WbemdLoginTest, TheRightPasswordIsServedAsThatUser) {
   EXPECT_THAT(wbemd_.log(), HasSubstr(" as " + user_->name() + "\n"));
 }
 
+// How often the login helper answered for user so far (its trace lines in the daemon's log).
+int helper_answers(const std::string &log, const std::string &user) {
+  const std::string line = "login helper answered for user " + user + " from ";
+  int n = 0;
+  for (std::size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1)) ++n;
+  return n;
+}
+
+TEST_F(WbemdLoginTest, AKeptAliveConnectionRunsPamOnceAndAChangedPasswordIsCheckedAgain) {
+  const std::string body = "<?xml version=\"1.0\" encoding=\"utf-8\"?><CIM CIMVERSION=\"2.0\" "
+      "DTDVERSION=\"2.0\"><MESSAGE ID=\"1\" PROTOCOLVERSION=\"1.0\"><SIMPLEREQ>"
+      "<IMETHODCALL NAME=\"EnumerateInstanceNames\"><LOCALNAMESPACEPATH><NAMESPACE "
+      "NAME=\"root\"/><NAMESPACE NAME=\"cimv2\"/></LOCALNAMESPACEPATH><IPARAMVALUE "
+      "NAME=\"ClassName\"><CLASSNAME NAME=\"Demo_Fan\"/></IPARAMVALUE></IMETHODCALL>"
+      "</SIMPLEREQ></MESSAGE></CIM>";
+  const std::string right = httptest::basic(user_->name(), kPassword);
+  httptest::Connection c(wbemd_.http_port());
+  ASSERT_TRUE(c.connected());
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(c.send(httptest::cim_request("EnumerateInstanceNames", body, "", right)));
+    httptest::Answer a = c.read_answer();
+    ASSERT_EQ(a.status, 200) << wbemd_.log();
+    EXPECT_THAT(a.body, HasSubstr("fan0"));
+    EXPECT_FALSE(a.closed);
+  }
+  EXPECT_EQ(helper_answers(wbemd_.log(), user_->name()), 1) << wbemd_.log();
+  // The same connection with a wrong password: asked again, and refused.
+  ASSERT_TRUE(c.send(httptest::cim_request("EnumerateInstanceNames", body, "",
+                                           httptest::basic(user_->name(), "Not-the-pw-4"))));
+  EXPECT_EQ(c.read_answer().status, 401);
+  EXPECT_EQ(helper_answers(wbemd_.log(), user_->name()), 2) << wbemd_.log();
+  // A new connection is checked on its own.
+  httptest::Connection other(wbemd_.http_port());
+  ASSERT_TRUE(other.send(httptest::cim_request("EnumerateInstanceNames", body, "", right)));
+  EXPECT_EQ(other.read_answer().status, 200);
+  EXPECT_EQ(helper_answers(wbemd_.log(), user_->name()), 3) << wbemd_.log();
+}
+
 TEST_F(WbemdLoginTest, AWrongPasswordGets401AndIsLoggedWithoutIt) {
   std::string out;
   EXPECT_EQ(wbemcli({"gi", url(kFan0, credentials("Not-the-pw-3"))}, &out), 16);
