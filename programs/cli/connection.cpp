@@ -10,7 +10,7 @@
 namespace cli {
 
 Connection::Connection(std::string socket, int timeout_seconds)
-    : socket_(std::move(socket)), timeout_(timeout_seconds), buffer_(kPieceSize + 1) {
+    : socket_(std::move(socket)), timeout_(timeout_seconds), buffer_(new char[kPieceSize + 1]) {
   std::memset(&info_, 0, sizeof info_);
   info_.fd = -1;
 }
@@ -57,14 +57,14 @@ bool Connection::receive(const char **piece) {
                        std::to_string(timeout_) + (timeout_ == 1 ? " second" : " seconds"));
   }
   errno = 0;
-  const unsigned rc = clientRecv(&info_, buffer_.data(), kPieceSize);
+  const unsigned rc = clientRecv(&info_, buffer_.get(), kPieceSize);
   if (rc == CMPIU_SOCK_CLOSED) return false;
   if (rc != CMPIU_SOCK_OK) {
     const int error = errno;
     throw ConnectionError("cannot receive the answer from " + socket_ +
                           (error != 0 ? std::string(": ") + std::strerror(error) : std::string()));
   }
-  *piece = buffer_.data();
+  *piece = buffer_.get();
   return true;
 }
 

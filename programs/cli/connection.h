@@ -6,6 +6,7 @@
 
 #include <cmpiutility/transport.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,7 +38,9 @@ class Connection : public PieceSource {
   int timeout_;
   SockInfo info_;
   bool open_ = false;
-  std::vector<char> buffer_;
+  // Not zeroed: clientRecv ends every piece it receives with a NUL, and a front end makes one
+  // Connection per request.
+  std::unique_ptr<char[]> buffer_;
 };
 
 }  // namespace cli
