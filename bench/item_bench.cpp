@@ -163,55 +163,34 @@ void GetInstanceBareConcurrent(benchmark::State &state) { concurrent(state, true
 
 // ---- EnumerateInstances ------------------------------------------------------------------------
 
-void Enumerate(benchmark::State &state) {
+// Which side of an enumeration a benchmark measures.
+enum class Side { kThrough, kDaemonOnly, kClientOnly, kBare };
+
+// EnumerateInstances of state.range(0) items: through the daemon into a client array, through
+// the daemon read by a bare client, the library client against the canned answer, or a bare
+// exchange of the canned answer. The daemon's memory goes with the daemon's sides.
+void enumeration(benchmark::State &state, Side side) {
   const size_t count = static_cast<size_t>(state.range(0));
   ItemDaemon *d = ready_daemon(state, count);
   if (d == nullptr) return;
   const std::string *answer = enumeration_answer(state, *d, count);
   if (answer == nullptr) return;
+  const bool canned = side == Side::kClientOnly || side == Side::kBare;
+  if (canned) d->canned.set_answer(*answer);
+  const std::string &socket = canned ? d->canned.path() : d->hostd.socket();
+  const bool library = side == Side::kThrough || side == Side::kClientOnly;
+  const long expected = library ? static_cast<long>(count) : static_cast<long>(answer->size());
   bench::time_requests(state, count, *answer, [&] {
-    return bench::enumerate(d->hostd.socket(), d->enum_frame) == static_cast<long>(count);
+    return (library ? bench::enumerate(socket, d->enum_frame)
+                    : bench::bare_exchange(socket, d->enum_frame)) == expected;
   });
-  memory_counters(state, d->hostd);
+  if (!canned) memory_counters(state, d->hostd);
 }
 
-void EnumerateDaemonOnly(benchmark::State &state) {
-  const size_t count = static_cast<size_t>(state.range(0));
-  ItemDaemon *d = ready_daemon(state, count);
-  if (d == nullptr) return;
-  const std::string *answer = enumeration_answer(state, *d, count);
-  if (answer == nullptr) return;
-  const long expected = static_cast<long>(answer->size());
-  bench::time_requests(state, count, *answer, [&] {
-    return bench::bare_exchange(d->hostd.socket(), d->enum_frame) == expected;
-  });
-  memory_counters(state, d->hostd);
-}
-
-void EnumerateClientOnly(benchmark::State &state) {
-  const size_t count = static_cast<size_t>(state.range(0));
-  ItemDaemon *d = ready_daemon(state, count);
-  if (d == nullptr) return;
-  const std::string *answer = enumeration_answer(state, *d, count);
-  if (answer == nullptr) return;
-  d->canned.set_answer(*answer);
-  bench::time_requests(state, count, *answer, [&] {
-    return bench::enumerate(d->canned.path(), d->enum_frame) == static_cast<long>(count);
-  });
-}
-
-void EnumerateBare(benchmark::State &state) {
-  const size_t count = static_cast<size_t>(state.range(0));
-  ItemDaemon *d = ready_daemon(state, count);
-  if (d == nullptr) return;
-  const std::string *answer = enumeration_answer(state, *d, count);
-  if (answer == nullptr) return;
-  d->canned.set_answer(*answer);
-  const long expected = static_cast<long>(answer->size());
-  bench::time_requests(state, count, *answer, [&] {
-    return bench::bare_exchange(d->canned.path(), d->enum_frame) == expected;
-  });
-}
+void Enumerate(benchmark::State &state) { enumeration(state, Side::kThrough); }
+void EnumerateDaemonOnly(benchmark::State &state) { enumeration(state, Side::kDaemonOnly); }
+void EnumerateClientOnly(benchmark::State &state) { enumeration(state, Side::kClientOnly); }
+void EnumerateBare(benchmark::State &state) { enumeration(state, Side::kBare); }
 
 void stop_daemons() {
   std::lock_guard<std::mutex> lock(g_mutex);
