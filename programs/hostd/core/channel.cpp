@@ -1,6 +1,7 @@
 // channel.cpp - framing of front/worker messages.
 #include "channel.h"
 
+#include <sys/socket.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -16,10 +17,37 @@ bool known_kind(uint32_t kind) {
          kind == static_cast<uint32_t>(MessageKind::kEnd);
 }
 
-bool read_exactly(int fd, char *data, std::size_t size) {
+// Keeps the first descriptor of an SCM_RIGHTS message in *kept (when kept is given and empty)
+// and closes every other one.
+void take_descriptors(struct msghdr *message, int *kept) {
+  for (struct cmsghdr *c = CMSG_FIRSTHDR(message); c != nullptr; c = CMSG_NXTHDR(message, c)) {
+    if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
+    const std::size_t count = (c->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+    for (std::size_t i = 0; i < count; ++i) {
+      int fd;
+      std::memcpy(&fd, CMSG_DATA(c) + i * sizeof(int), sizeof fd);
+      if (kept != nullptr && *kept < 0) {
+        *kept = fd;
+      } else {
+        close(fd);
+      }
+    }
+  }
+}
+
+// Reads exactly size bytes; descriptors that arrive with them go to take_descriptors.
+bool read_exactly(int fd, char *data, std::size_t size, int *connection) {
   while (size > 0) {
-    ssize_t n = read(fd, data, size);
+    struct iovec part = {data, size};
+    alignas(struct cmsghdr) char control[CMSG_SPACE(4 * sizeof(int))];
+    struct msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    ssize_t n = recvmsg(fd, &message, MSG_CMSG_CLOEXEC);
     if (n < 0 && errno == EINTR) continue;
+    if (message.msg_controllen > 0 && n >= 0) take_descriptors(&message, connection);
     if (n <= 0) return false;
     data += n;
     size -= static_cast<std::size_t>(n);
@@ -88,16 +116,39 @@ bool write_message(int fd, MessageKind kind, std::string_view payload) {
   return true;
 }
 
-bool read_message(int fd, MessageKind *kind, std::string *payload) {
+bool read_message(int fd, MessageKind *kind, std::string *payload, int *connection) {
+  if (connection != nullptr) *connection = -1;
   uint32_t words[2];
-  if (!read_exactly(fd, reinterpret_cast<char *>(words), sizeof words)) return false;
+  if (!read_exactly(fd, reinterpret_cast<char *>(words), sizeof words, connection)) return false;
   if (!known_kind(words[0]) || words[1] > kMaxMessagePayload) {
     errno = EPROTO;
     return false;
   }
   *kind = static_cast<MessageKind>(words[0]);
   payload->resize(words[1]);
-  return words[1] == 0 || read_exactly(fd, payload->data(), words[1]);
+  return words[1] == 0 || read_exactly(fd, payload->data(), words[1], connection);
+}
+
+long send_request_with_connection(int fd, std::string_view document, int connection) {
+  const std::string header = message_header(MessageKind::kRequest, document.size());
+  struct iovec parts[2] = {{const_cast<char *>(header.data()), header.size()},
+                           {const_cast<char *>(document.data()), document.size()}};
+  alignas(struct cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+  struct msghdr message = {};
+  message.msg_iov = parts;
+  message.msg_iovlen = document.empty() ? 1 : 2;
+  message.msg_control = control;
+  message.msg_controllen = sizeof control;
+  struct cmsghdr *c = CMSG_FIRSTHDR(&message);
+  c->cmsg_level = SOL_SOCKET;
+  c->cmsg_type = SCM_RIGHTS;
+  c->cmsg_len = CMSG_LEN(sizeof(int));
+  std::memcpy(CMSG_DATA(c), &connection, sizeof connection);
+  for (;;) {
+    ssize_t n = sendmsg(fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (n < 0 && errno == EINTR) continue;
+    return static_cast<long>(n);
+  }
 }
 
 }  // namespace hostd

@@ -3,7 +3,10 @@
 // Front and worker talk over a stream socketpair. Each message is an 8-byte header (kind and
 // payload length, both 32-bit in host order: the two ends are the same program on the same
 // machine) followed by the payload:
-//   kRequest  front -> worker  the request document (without its terminator)
+//   kRequest  front -> worker  the request document (without its terminator); the client's
+//                              connection may come with it (SCM_RIGHTS on its first byte):
+//                              the worker then writes the answer to the client itself
+//                              (answer_window.h) and ends it with an empty kEnd
 //   kFrames   worker -> front  one or more whole response frames, to be passed on as they are
 //   kEnd      worker -> front  the last frames of the answer: the answer is complete and the
 //                              worker is ready for the next request
@@ -54,7 +57,15 @@ class MessageReader {
 bool write_message(int fd, MessageKind kind, std::string_view payload);
 
 // Blocking read of one whole message into *payload; false at the channel's end or on failure.
-bool read_message(int fd, MessageKind *kind, std::string *payload);
+// With connection given, a descriptor passed with the message lands there (close-on-exec), -1
+// when none came; descriptors are refused (closed) when connection is nullptr.
+bool read_message(int fd, MessageKind *kind, std::string *payload, int *connection = nullptr);
+
+// The front's start of a kRequest message that carries the client's connection: writes the
+// header and as much of the document as the channel takes without blocking, the connection
+// attached to the first byte. Returns the bytes written (the caller sends the rest as ordinary
+// bytes), or -1 with errno set when nothing was written (and no connection passed).
+long send_request_with_connection(int fd, std::string_view document, int connection);
 
 }  // namespace hostd
 

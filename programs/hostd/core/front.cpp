@@ -112,6 +112,8 @@ long long Front::timeout_ms(long long now) const {
     earliest(ch.total);
     earliest(ch.kill_at);
     busy = busy || ch.connection != 0;
+    // A worker answering directly is looked at every second (its client may stall).
+    if (ch.connection != 0 && ch.direct) next = std::min(next, 1000LL);
   }
   if (busy && (config_.worker_cpu > 0 || config_.worker_memory > 0)) {
     next = std::min(next, kWatchEveryMs);
@@ -245,6 +247,12 @@ void Front::admit(int fd) {
 // What epoll watches follows the phase: the request while reading, the client's readiness
 // for output while there is output; hang-ups are always reported.
 void Front::watch_connection(Connection &c) {
+  if (c.client_gone) {
+    // Nothing more is read or written; its hang-up would be reported again and again.
+    if (c.registered) epoll_ctl(epoll_fd_, EPOLL_CTL_DEL, c.fd, nullptr);
+    c.registered = false;
+    return;
+  }
   uint32_t events = 0;
   if (c.phase == Connection::Phase::kReading) events |= EPOLLIN;
   if (c.out.pending() > 0 && !c.client_gone) events |= EPOLLOUT;
@@ -280,6 +288,13 @@ void Front::on_connection(Connection &c, uint32_t events) {
         close_connection(c.id);
         return;
       case Connection::Phase::kServing:
+        if (WorkerChannel *ch = channel(c.worker); ch != nullptr && ch->direct &&
+            (ch->window->look().flags & AnswerWindow::kFinal) != 0) {
+          // The worker is sending the end of the answer itself: a client that closes now has
+          // read what it wanted.
+          watch_connection(c);
+          return;
+        }
         HOSTD_ERROR("%s: the client closed the connection before the answer was complete",
                     c.what.c_str());
         if (WorkerChannel *ch = channel(c.worker)) {
@@ -485,6 +500,15 @@ void Front::check_connections(long long now) {
     } else if (c.out.pending() > 0 && !c.client_gone &&
                now - c.out_progress >= config_.provider_timeout * 1000LL) {
       stalled.push_back(c.id);
+    } else if (c.phase == Connection::Phase::kServing && !c.client_gone) {
+      // A worker writing to the client itself says in its window since when it waits.
+      const WorkerChannel *ch = channel(c.worker);
+      if (ch != nullptr && ch->direct) {
+        const long long waiting = ch->window->look().waiting_ms;
+        if (waiting > 0 && now - waiting >= config_.provider_timeout * 1000LL) {
+          stalled.push_back(c.id);
+        }
+      }
     }
   }
   // After the grace period, a client that does not take its error frame within a second is
@@ -508,6 +532,8 @@ void Front::check_connections(long long now) {
                 c->what.empty() ? "connection" : c->what.c_str(), config_.provider_timeout);
     c->client_gone = true;
     c->out = Output();
+    // A worker waiting to write to the client stops waiting: its next send fails.
+    shutdown(c->fd, SHUT_RDWR);
     if (c->phase != Connection::Phase::kServing) {
       close_connection(id);
     } else {

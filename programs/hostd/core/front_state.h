@@ -8,10 +8,12 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "admission.h"
+#include "answer_window.h"
 #include "channel.h"
 #include "clock.h"
 #include "front.h"
@@ -70,6 +72,9 @@ struct WorkerChannel {
   long long cpu_base_ms = -1;  // CPU time when first watched during the request (-1: not yet)
   bool paused = false;       // not read while its client's output is full
   bool eof = false;          // the worker ended the channel
+  std::unique_ptr<AnswerWindow> window;  // shared with the worker; nullptr: none could be made
+  bool direct = false;       // the worker holds the client's connection and writes to it
+  bool window_locked = false;  // the front holds the window's lock (the worker is being killed)
   uint32_t events = 0;
   bool registered = false;
 };
@@ -113,6 +118,7 @@ class Front {
   void watch_worker(WorkerChannel &ch);
   void request_done(WorkerChannel &ch, Connection *c);
   void fail_request(WorkerChannel &ch, const std::string &why);
+  bool take_over_answer(WorkerChannel &ch, Connection &c);
   void kill_worker(WorkerChannel &ch, const std::string &why);
   void retire_worker(WorkerChannel &ch);
   void reap();

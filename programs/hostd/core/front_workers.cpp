@@ -53,6 +53,15 @@ std::vector<int> Front::front_fds() const {
 }
 
 void Front::dispatch() {
+  if (queue_.empty()) return;
+  // Workers answering directly say in their window when their answer's end is on its way.
+  for (auto &entry : channels_) {
+    WorkerChannel &ch = entry.second;
+    if (ch.connection == 0 || !ch.direct) continue;
+    if (WorkerRecord *w = pool_.find(ch.id)) {
+      w->finishing = (ch.window->look().flags & AnswerWindow::kFinal) != 0;
+    }
+  }
   while (!queue_.empty()) {
     DispatchPlan plan = plan_dispatch(queue_, pool_);
     if (plan.action == DispatchPlan::Action::kNothing) return;
@@ -95,6 +104,9 @@ bool Front::start_worker(Connection &c) {
   setup.front = getpid();
   setup.address_space = config_.worker_memory;
   setup.provider_idle_ms = config_.provider_idle_ms;
+  // Made before the fork so that the worker inherits it; no later fork inherits it.
+  std::unique_ptr<AnswerWindow> window(AnswerWindow::create());
+  setup.window = window.get();
   pid_t pid = fork();
   if (pid < 0) {
     HOSTD_ERROR("%s: cannot start a worker: %s", c.what.c_str(), std::strerror(errno));
@@ -103,6 +115,7 @@ bool Front::start_worker(Connection &c) {
     return false;
   }
   if (pid == 0) run_worker_process(setup);
+  if (window != nullptr) window->keep_from_forks();
   close(pair[1]);
   setpgid(pid, pid);
   fcntl(pair[0], F_SETFL, fcntl(pair[0], F_GETFL) | O_NONBLOCK);
@@ -111,6 +124,7 @@ bool Front::start_worker(Connection &c) {
   ch.id = id;
   ch.fd = pair[0];
   ch.pid = pid;
+  ch.window = std::move(window);
   HOSTD_TRACE("worker %d started for user %s (%d workers)", static_cast<int>(pid),
               c.principal.name.c_str(), pool_.active());
   hand_over(c, ch);
@@ -121,8 +135,29 @@ void Front::hand_over(Connection &c, WorkerChannel &ch) {
   c.phase = Connection::Phase::kServing;
   c.worker = ch.id;
   ch.connection = c.id;
-  ch.out.add(message_header(MessageKind::kRequest, c.document.size()));
-  ch.out.add(c.document);
+  ch.direct = false;
+  ch.window_locked = false;
+  long written = -1;
+  if (ch.window != nullptr && ch.out.pending() == 0) {
+    // The client's connection goes with the request, so the worker answers it directly.
+    ch.window->reset();
+    written = send_request_with_connection(ch.fd, c.document, c.fd);
+  }
+  if (written >= 0) {
+    ch.direct = true;
+    const std::size_t whole = kMessageHeader + c.document.size();
+    const std::size_t done = static_cast<std::size_t>(written);
+    buffered_ -= std::min(buffered_, done);
+    if (done < kMessageHeader) {
+      ch.out.add(message_header(MessageKind::kRequest, c.document.size()).substr(done));
+      ch.out.add(c.document);
+    } else if (done < whole) {
+      ch.out.add(std::string_view(c.document).substr(done - kMessageHeader));
+    }
+  } else {
+    ch.out.add(message_header(MessageKind::kRequest, c.document.size()));
+    ch.out.add(c.document);
+  }
   std::string().swap(c.document);
   const long long now = now_ms();
   ch.silence = Deadline::at_ms(now + config_.provider_timeout * 1000LL);
@@ -203,6 +238,7 @@ void Front::read_worker(WorkerChannel &ch) {
         send(*c, message.payload);
       }
       if (message.kind == MessageKind::kEnd) {
+        if (c != nullptr && ch.direct) c->frames += ch.window->look().frames;
         request_done(ch, c);
         if (channel(ch.id) == nullptr) return;
         continue;
@@ -235,6 +271,7 @@ void Front::request_done(WorkerChannel &ch, Connection *c) {
     flush(*c);
   }
   ch.connection = 0;
+  ch.direct = false;
   ch.silence = Deadline();
   ch.total = Deadline();
   if (stopping_ || pool_.mark_idle(ch.id, now_ms())) retire_worker(ch);
@@ -245,6 +282,17 @@ void Front::fail_request(WorkerChannel &ch, const std::string &why) {
   Connection *c = ch.connection != 0 ? connection(ch.connection) : nullptr;
   ch.connection = 0;
   if (c == nullptr) return;
+  const bool accounted = !ch.direct || take_over_answer(ch, *c);
+  ch.direct = false;
+  if (!accounted) {
+    HOSTD_ERROR("%s: worker %d %s in the middle of sending its answer; the connection is "
+                "closed, since what reached the client cannot be told",
+                c->what.c_str(), static_cast<int>(ch.pid), why.c_str());
+    c->worker = 0;
+    c->phase = Connection::Phase::kClosing;
+    close_connection(c->id);
+    return;
+  }
   HOSTD_ERROR("%s: worker %d %s (%lu frames passed on); the client gets CMPIERROR:%d",
               c->what.c_str(), static_cast<int>(ch.pid), why.c_str(), c->frames,
               CMPI_RC_ERR_FAILED);
@@ -258,8 +306,31 @@ void Front::fail_request(WorkerChannel &ch, const std::string &why) {
   send(*c, wire::error_frame(CMPI_RC_ERR_FAILED));  // closes the connection once written
 }
 
+// A worker that held the client's connection is dead or about to be killed: the whole frames
+// it placed but did not send go to the client from here. false when that cannot be done
+// safely: the worker died holding the window (in the middle of a send, or it wrote nonsense
+// there), so nobody knows where the client's bytes end.
+bool Front::take_over_answer(WorkerChannel &ch, Connection &c) {
+  if (ch.window == nullptr) return true;
+  const AnswerWindow::Snapshot s = ch.window->look();
+  c.frames += s.frames;
+  if (!ch.window_locked) {
+    if (!ch.window->lock(AnswerWindow::kFront, 0)) return false;
+    ch.window_locked = true;
+  }
+  if (!s.consistent) return false;
+  const std::string_view rest = ch.window->take_unsent();
+  if (!rest.empty()) send(c, rest);
+  return true;
+}
+
 void Front::kill_worker(WorkerChannel &ch, const std::string &why) {
   if (ch.pid <= 0) return;
+  // A worker sending from its window finishes that send first (it never blocks holding the
+  // lock), so that what reached the client is known when it dies.
+  if (ch.direct && ch.window != nullptr && !ch.window_locked) {
+    ch.window_locked = ch.window->lock(AnswerWindow::kFront, 50);
+  }
   fail_request(ch, "was killed: it " + why);
   kill(-ch.pid, SIGKILL);
   kill(ch.pid, SIGKILL);
@@ -297,8 +368,8 @@ void Front::reap() {
 void Front::worker_gone(WorkerChannel &ch, int status) {
   const std::string how = describe_wait_status(status);
   if (ch.connection != 0) {
-    // Whole messages that arrived before the end are passed on by fail_request's caller order:
-    // read what is left first.
+    // Whole messages that arrived before the end are passed on first (a worker that answers
+    // directly sends through the channel only after its window is empty).
     ch.paused = false;
     read_worker(ch);
   }
@@ -358,6 +429,17 @@ void Front::check_workers(long long now) {
       continue;
     }
     if (ch->connection == 0) continue;
+    if (ch->direct && ch->silence.passed(now)) {
+      // The frames went straight to the client: the window tells when the provider last
+      // produced one, and whether the worker is waiting for its client (which is no silence).
+      const AnswerWindow::Snapshot s = ch->window->look();
+      const long long limit = config_.provider_timeout * 1000LL;
+      if (s.waiting_ms != 0) {
+        ch->silence = Deadline::at_ms(now + limit);
+      } else if (s.progress_ms > 0 && s.progress_ms <= now && s.progress_ms + limit > now) {
+        ch->silence = Deadline::at_ms(s.progress_ms + limit);
+      }
+    }
     if (!ch->paused && ch->silence.passed(now)) {
       kill_worker(*ch, "produced nothing for " + std::to_string(config_.provider_timeout) + " s");
     } else if (ch->total.passed(now)) {

@@ -60,12 +60,14 @@ void WorkerPool::mark_busy(int id) {
   WorkerRecord *w = find(id);
   if (w == nullptr) return;
   w->state = WorkerState::kBusy;
+  w->finishing = false;
   ++w->served;
 }
 
 bool WorkerPool::mark_idle(int id, long long now) {
   WorkerRecord *w = find(id);
   if (w == nullptr) return false;
+  w->finishing = false;
   if (limits_.max_requests != 0 && w->served >= limits_.max_requests) {
     w->state = WorkerState::kRetiring;
     return true;
@@ -103,6 +105,14 @@ long long WorkerPool::next_idle_deadline() const {
   return next;
 }
 
+bool WorkerPool::finishing(uid_t uid) const {
+  for (const auto &entry : workers_) {
+    const WorkerRecord &w = entry.second;
+    if (w.uid == uid && w.state == WorkerState::kBusy && w.finishing) return true;
+  }
+  return false;
+}
+
 int WorkerPool::active() const {
   int n = 0;
   for (const auto &entry : workers_) {
@@ -135,6 +145,7 @@ DispatchPlan plan_dispatch(const std::deque<QueuedRequest> &queue, WorkerPool &p
       plan.worker = idle->id;
       return plan;
     }
+    if (pool.finishing(uid)) continue;
     if (pool.may_start(uid)) {
       plan.action = DispatchPlan::Action::kStart;
       plan.index = i;

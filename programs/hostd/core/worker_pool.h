@@ -35,6 +35,10 @@ struct WorkerRecord {
   WorkerState state = WorkerState::kBusy;
   unsigned long served = 0;   // requests dispatched to it
   long long idle_since = 0;   // when it last became idle
+  // Busy, but the end of its answer is already on its way to the client: it is idle in a
+  // moment, and a request of its user waits for it rather than start another worker (the
+  // client may send its next request before the front hears that the answer ended).
+  bool finishing = false;
 };
 
 class WorkerPool {
@@ -52,6 +56,8 @@ class WorkerPool {
   // An idle worker of this user (the most recently idle one, so that the others age out), or
   // nullptr.
   WorkerRecord *idle_worker(uid_t uid);
+  // Whether a busy worker of this user is finishing its answer.
+  bool finishing(uid_t uid) const;
   // Whether a worker for uid may be started without passing a limit.
   bool may_start(uid_t uid) const;
   // Whether uid is below its own limit (the total may still be full).
@@ -104,7 +110,8 @@ struct DispatchPlan {
 };
 
 // The first request in the queue (oldest first) that can be served now, and how. A request of a
-// user whose workers are all busy and at that user's limit waits without holding up the others.
+// user whose workers are all busy and at that user's limit waits without holding up the others;
+// so does a request of a user whose worker is finishing an answer (it goes to that worker).
 DispatchPlan plan_dispatch(const std::deque<QueuedRequest> &queue, WorkerPool &pool);
 
 }  // namespace hostd

@@ -16,23 +16,12 @@
 #include <string>
 
 #include "channel.h"
+#include "direct_answer.h"
 #include "log.h"
 #include "request_service.h"
 
 namespace hostd {
 namespace {
-
-// Frames go to the front as kFrames messages, one write each.
-class ChannelSink : public FrameSink {
- public:
-  explicit ChannelSink(int fd) : fd_(fd) {}
-  bool send(const std::string &frames) override {
-    return write_message(fd_, MessageKind::kFrames, frames);
-  }
-
- private:
-  int fd_;
-};
 
 void leave_front_behind(const WorkerSetup &setup) {
   for (int fd : setup.close_fds) {
@@ -107,12 +96,15 @@ void run_worker_process(const WorkerSetup &setup) {
   if (!switch_identity(setup)) _exit(3);
   int status = 0;
   {
-    ChannelSink sink(setup.channel_fd);
+    if (setup.window != nullptr) setup.window->keep_from_forks();
+    DirectAnswer sink(setup.window, setup.channel_fd);
     RequestService service(setup.principal, &sink, setup.provider_idle_ms);
     std::string document;
     MessageKind kind;
+    int client = -1;
     while (wait_for_request(setup.channel_fd, &service) &&
-           read_message(setup.channel_fd, &kind, &document)) {
+           read_message(setup.channel_fd, &kind, &document, &client)) {
+      sink.begin(client);
       if (kind != MessageKind::kRequest) {
         HOSTD_ERROR("worker for %s: unexpected message %u from the front",
                     setup.principal.name.c_str(), static_cast<unsigned>(kind));
@@ -123,7 +115,7 @@ void run_worker_process(const WorkerSetup &setup) {
       document.clear();
       document.shrink_to_fit();
       reap_left_behind();
-      if (!write_message(setup.channel_fd, MessageKind::kEnd, last)) {
+      if (!sink.finish(last)) {
         status = 5;
         break;
       }

@@ -9,8 +9,10 @@
 //     children, not init's, and end with it);
 //  3. switches its identity for good to the user (assignBasePriv; skipped when the process
 //     already runs as that user) and asks to be killed when the front goes away;
-//  4. serves request messages one at a time (RequestService), sending frames as kFrames
-//     messages and the last frames as kEnd, and reaps what its providers leave behind; while
+//  4. serves request messages one at a time (RequestService), writing the answer to the
+//     client connection that came with the request through the answer window (direct_answer.h;
+//     without one, frames go to the front as kFrames messages and the last frames as kEnd),
+//     and reaps what its providers leave behind; while
 //     it waits for the next request, it unloads the providers unused for provider_idle_ms;
 //  5. when the front ends the channel, unloads its providers (cleanup, terminating true) and
 //     exits with status 0.
@@ -24,6 +26,7 @@
 #include <vector>
 
 #include "admission.h"
+#include "answer_window.h"
 
 namespace hostd {
 
@@ -35,6 +38,7 @@ struct WorkerSetup {
   pid_t front = 0;               // the front's pid, to notice its end
   std::size_t address_space = 0;  // bytes; 0: no limit
   long long provider_idle_ms = 0;  // unused providers are unloaded after this long
+  AnswerWindow *window = nullptr;  // shared with the front; nullptr: answers go through it
 };
 
 [[noreturn]] void run_worker_process(const WorkerSetup &setup);
