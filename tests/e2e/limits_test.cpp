@@ -170,6 +170,34 @@ TEST_F(GreedyProviders, NothingAProviderStartsOutlivesItsWorker) {
   expect_next_request_served();
 }
 
+// A client that asks for a large answer and then reads nothing holds its worker (which writes
+// to the client itself) only for the provider time-out: then it is dropped, and the worker
+// serves the next request.
+TEST_F(GreedyProviders, AClientThatStopsReadingIsDroppedAndItsWorkerServesTheNext) {
+  const int fd = connect_to(socket());
+  ASSERT_GE(fd, 0);
+  const std::string frame = build_frame(ENUMINST, "root", make_path("Test_Many"));
+  ASSERT_EQ(send(fd, frame.data(), frame.size(), MSG_NOSIGNAL),
+            static_cast<ssize_t>(frame.size()));
+  EXPECT_TRUE(daemon_.wait_for(
+      Hostd("EnumerateInstances of Test_Many for root: the client has not read its answer for "
+            "3 s; it is dropped",
+            2),
+      10));
+  expect_next_request_served();
+  // The dropped client finds part of its answer and then the end, never a whole answer.
+  std::string got;
+  char buf[65536];
+  for (;;) {
+    ssize_t n = recv(fd, buf, sizeof buf, 0);
+    if (n <= 0) break;
+    got.append(buf, static_cast<std::size_t>(n));
+  }
+  close(fd);
+  EXPECT_GT(count_frames(got), 0u);
+  EXPECT_LT(count_frames(got), 3001u);
+}
+
 class Deadlines : public HostdTest {
  protected:
   std::vector<std::string> options() const override { return {"--request-deadline", "1"}; }

@@ -113,6 +113,23 @@ TEST(WorkerPool, MarkBusyCountsTheRequest) {
   EXPECT_FALSE(pool.mark_idle(id + 1, 7));
 }
 
+TEST(WorkerPool, FinishingIsForgottenWhenTheWorkerIsIdleOrBusyAgain) {
+  WorkerPool pool(limits(4, 8));
+  const int id = pool.add(100, kAlice, "alice");
+  pool.find(id)->finishing = true;
+  EXPECT_TRUE(pool.finishing(kAlice));
+  EXPECT_FALSE(pool.finishing(kBob));
+  pool.mark_idle(id, 5);
+  EXPECT_FALSE(pool.finishing(kAlice));
+  pool.mark_busy(id);
+  pool.find(id)->finishing = true;
+  pool.mark_busy(id);
+  EXPECT_FALSE(pool.finishing(kAlice));
+  pool.find(id)->finishing = true;
+  pool.mark_retiring(id);
+  EXPECT_FALSE(pool.finishing(kAlice));  // only a busy worker finishes an answer
+}
+
 // ---- limits ------------------------------------------------------------------------------------
 
 TEST(WorkerPool, MayStartWithinThePerUserLimit) {
@@ -264,6 +281,7 @@ struct WorkerSetup {
   uid_t uid;
   WorkerState state;
   long long idle_since;  // for idle workers
+  bool finishing = false;  // for busy workers: the end of its answer is on its way
 };
 
 struct DispatchCase {
@@ -320,6 +338,14 @@ const DispatchCase kDispatchCases[] = {
      {kAlice}, Action::kUseIdle, 0, 0, -1},
     {"TotalFullCountsOnlyActiveWorkers", 2, 2, {{kBob, kRetiring, 0}, {kBob, kBusy, 0}},
      {kAlice}, Action::kStart, 0, -1, -1},
+    {"AFinishingWorkerIsWaitedForRatherThanAnotherStarted", 2, 4, {{kAlice, kBusy, 0, true}},
+     {kAlice}, Action::kNothing, 0, -1, -1},
+    {"AFinishingWorkerDoesNotHoldUpAnotherUser", 2, 4, {{kAlice, kBusy, 0, true}},
+     {kAlice, kBob}, Action::kStart, 1, -1, -1},
+    {"ABusyWorkerThatIsNotFinishingIsNotWaitedFor", 2, 4, {{kAlice, kBusy, 0, false}},
+     {kAlice}, Action::kStart, 0, -1, -1},
+    {"AnIdleWorkerGoesBeforeAFinishingOne", 2, 4,
+     {{kAlice, kBusy, 0, true}, {kAlice, kIdle, 3}}, {kAlice}, Action::kUseIdle, 0, 1, -1},
 };
 
 void PrintTo(const DispatchCase &c, std::ostream *out) { *out << c.name; }
@@ -335,6 +361,7 @@ TEST_P(PlanDispatch, ChoosesTheFirstRequestThatCanBeServed) {
     const int id = pool.add(pid++, s.uid, "user" + std::to_string(s.uid));
     if (s.state == kIdle) pool.mark_idle(id, s.idle_since);
     if (s.state == kRetiring) pool.mark_retiring(id);
+    pool.find(id)->finishing = s.finishing;
     ids.push_back(id);
   }
   std::deque<QueuedRequest> queue;

@@ -1,0 +1,339 @@
+// Tests of answers a worker writes to the client itself: the shared answer window (what the
+// front finds there, and that it never trusts offsets that cannot be right) and DirectAnswer
+// over real socketpairs standing for the client's connection and the channel to the front.
+#include "direct_answer.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "answer_window.h"
+#include "channel.h"
+#include "clock.h"
+
+namespace hostd {
+namespace {
+
+// A stream socketpair: end 0 stands for the client, end 1 for the daemon's copy of the
+// connection (the front's); the worker gets a duplicate of end 1.
+struct Pair {
+  int fd[2] = {-1, -1};
+  Pair() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fd), 0) << std::strerror(errno); }
+  ~Pair() {
+    for (int &f : fd) {
+      if (f >= 0) close(f);
+    }
+  }
+  int worker_copy() const { return dup(fd[1]); }
+};
+
+// Everything the client end holds now, without waiting. *ended: the peer shut its side.
+std::string read_now(int fd, bool *ended = nullptr) {
+  std::string got;
+  char buf[65536];
+  for (;;) {
+    ssize_t n = recv(fd, buf, sizeof buf, MSG_DONTWAIT);
+    if (n > 0) {
+      got.append(buf, static_cast<std::size_t>(n));
+      continue;
+    }
+    if (ended != nullptr) *ended = (n == 0);
+    return got;
+  }
+}
+
+// Reads until the peer ends its side.
+std::string read_to_end(int fd) {
+  std::string got;
+  char buf[65536];
+  for (;;) {
+    ssize_t n = recv(fd, buf, sizeof buf, 0);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return got;
+    got.append(buf, static_cast<std::size_t>(n));
+  }
+}
+
+std::string frame(const std::string &body) { return "{\"" + body + "\":1}CMPI_EOF"; }
+
+std::unique_ptr<AnswerWindow> make_window() {
+  std::unique_ptr<AnswerWindow> w(AnswerWindow::create());
+  EXPECT_NE(w, nullptr);
+  return w;
+}
+
+// ---- the window --------------------------------------------------------------------------------
+
+TEST(AnswerWindow, AResetWindowHoldsAnEmptyConsistentAnswer) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  w->header().placed.store(7);
+  w->header().frames.store(2);
+  w->reset();
+  const AnswerWindow::Snapshot s = w->look();
+  EXPECT_TRUE(s.consistent);
+  EXPECT_EQ(s.placed, 0u);
+  EXPECT_EQ(s.sent, 0u);
+  EXPECT_EQ(s.frames, 0u);
+  EXPECT_EQ(s.flags, 0u);
+  EXPECT_TRUE(w->take_unsent().empty());
+}
+
+TEST(AnswerWindow, TakeUnsentGivesThePlacedBytesNotYetSentOnce) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  std::memcpy(w->bytes(), "abcdefgh", 8);
+  w->header().base.store(100);
+  w->header().sent.store(103);
+  w->header().placed.store(108);
+  EXPECT_EQ(std::string(w->take_unsent()), "defgh");
+  EXPECT_EQ(w->look().sent, 108u);
+  EXPECT_TRUE(w->take_unsent().empty());
+}
+
+struct Offsets {
+  const char *name;
+  uint64_t base, sent, placed;
+};
+
+class InconsistentWindow : public ::testing::TestWithParam<Offsets> {};
+
+TEST_P(InconsistentWindow, IsNeverSentFrom) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  const Offsets &o = GetParam();
+  w->header().base.store(o.base);
+  w->header().sent.store(o.sent);
+  w->header().placed.store(o.placed);
+  EXPECT_FALSE(w->look().consistent);
+  EXPECT_TRUE(w->take_unsent().empty());
+  EXPECT_EQ(w->look().sent, o.sent);  // nothing marked sent either
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Offsets, InconsistentWindow,
+    ::testing::Values(Offsets{"SentBeforeBase", 10, 5, 20}, Offsets{"SentAfterPlaced", 0, 9, 4},
+                      Offsets{"PlacedBeyondTheWindow", 0, 0, kWindowBytes + 1},
+                      Offsets{"WrappedAround", ~0ull - 5, ~0ull, 10}),
+    [](const ::testing::TestParamInfo<Offsets> &info) { return std::string(info.param.name); });
+
+TEST(AnswerWindow, TheLockIsRefusedWhileTheOtherSideHoldsIt) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  ASSERT_TRUE(w->lock(AnswerWindow::kWorker, 0));
+  EXPECT_FALSE(w->lock(AnswerWindow::kFront, 0));
+  const long long before = now_ms();
+  EXPECT_FALSE(w->lock(AnswerWindow::kFront, 30));
+  EXPECT_GE(now_ms() - before, 30);
+  w->unlock();
+  EXPECT_TRUE(w->lock(AnswerWindow::kFront, 0));
+  EXPECT_EQ(w->header().lock.load(), AnswerWindow::kFront);
+}
+
+// ---- the worker's answer -------------------------------------------------------------------------
+
+TEST(DirectAnswer, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(w.get(), channel.fd[1]);
+  answer.begin(client.worker_copy());
+  ASSERT_TRUE(answer.send(frame("one")));
+  ASSERT_TRUE(answer.finish(frame("last")));
+  close(client.fd[1]);  // the front closes its copy once it hears of the end
+  client.fd[1] = -1;
+  EXPECT_EQ(read_to_end(client.fd[0]), frame("one") + frame("last"));
+  MessageKind kind;
+  std::string payload = "x";
+  ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
+  EXPECT_EQ(kind, MessageKind::kEnd);
+  EXPECT_EQ(payload, "");  // the frames went to the client, not to the front
+  const AnswerWindow::Snapshot s = w->look();
+  EXPECT_EQ(s.frames, 2u);
+  EXPECT_EQ(s.sent, s.placed);
+  EXPECT_NE(s.flags & AnswerWindow::kFinal, 0u);
+}
+
+TEST(DirectAnswer, TheClientSeesTheEndEvenWhileTheFrontStillHoldsTheConnection) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(w.get(), channel.fd[1]);
+  answer.begin(client.worker_copy());
+  ASSERT_TRUE(answer.finish(frame("last")));
+  // client.fd[1] (the front's copy) stays open.
+  EXPECT_EQ(read_to_end(client.fd[0]), frame("last"));
+}
+
+TEST(DirectAnswer, WhatWasPlacedButNotSentIsLeftInTheWindowInOrder) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(w.get(), channel.fd[1]);
+  answer.begin(client.worker_copy());
+  std::string expected;
+  for (int i = 0; i < 5; ++i) {
+    expected += frame("frame" + std::to_string(i));
+    ASSERT_TRUE(answer.send(frame("frame" + std::to_string(i))));
+  }
+  // The worker dies here. Whatever it sent is with the client; the rest is in the window, and
+  // together they are every frame once, in order.
+  const std::string received = read_now(client.fd[0]);
+  ASSERT_TRUE(w->lock(AnswerWindow::kFront, 0));
+  EXPECT_EQ(received + std::string(w->take_unsent()), expected);
+  EXPECT_EQ(w->look().frames, 5u);
+}
+
+TEST(DirectAnswer, ManyFramesInQuickSuccessionAreAllDeliveredOnceInOrder) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(w.get(), channel.fd[1]);
+  answer.begin(client.worker_copy());
+  const std::string one = frame(std::string(1000, 'a'));
+  for (int i = 0; i < 15; ++i) ASSERT_TRUE(answer.send(one));
+  // 15,000 bytes placed within a millisecond stay below the 16 KiB that force a send, so they
+  // may all still wait in the window; the machine may be slower than that, so only the sum is
+  // certain.
+  std::string received = read_now(client.fd[0]);
+  AnswerWindow::Snapshot s = w->look();
+  EXPECT_EQ(received.size() + (s.placed - s.sent), 15 * one.size());
+  ASSERT_TRUE(answer.send(one));
+  ASSERT_TRUE(answer.send(one));
+  ASSERT_TRUE(answer.finish(frame("last")));
+  received += read_to_end(client.fd[0]);
+  std::string expected;
+  for (int i = 0; i < 17; ++i) expected += one;
+  EXPECT_EQ(received, expected + frame("last"));
+}
+
+TEST(DirectAnswer, AFrameWiderThanTheWindowGoesThroughTheFrontAfterWhatCameBefore) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  std::string wide = frame(std::string(kWindowBytes + 10, 'w'));
+  std::vector<std::pair<MessageKind, std::string>> messages;
+  std::thread front([&] {
+    MessageKind kind;
+    std::string payload;
+    while (read_message(channel.fd[0], &kind, &payload)) {
+      messages.emplace_back(kind, payload);
+      if (kind == MessageKind::kEnd) break;
+    }
+  });
+  {
+    DirectAnswer answer(w.get(), channel.fd[1]);
+    answer.begin(client.worker_copy());
+    ASSERT_TRUE(answer.send(frame("first")));
+    ASSERT_TRUE(answer.send(wide));
+    ASSERT_TRUE(answer.send(frame("after")));
+    ASSERT_TRUE(answer.finish(frame("last")));
+  }
+  front.join();
+  bool ended = false;
+  EXPECT_EQ(read_now(client.fd[0], &ended), frame("first"));
+  EXPECT_FALSE(ended);  // the front sends the rest and ends the connection
+  ASSERT_EQ(messages.size(), 3u);
+  EXPECT_EQ(messages[0].first, MessageKind::kFrames);
+  EXPECT_EQ(messages[0].second, wide);
+  EXPECT_EQ(messages[1].first, MessageKind::kFrames);
+  EXPECT_EQ(messages[1].second, frame("after"));
+  EXPECT_EQ(messages[2].first, MessageKind::kEnd);
+  EXPECT_EQ(messages[2].second, frame("last"));
+}
+
+TEST(DirectAnswer, AClientThatIsGoneMakesTheFramesDropQuietly) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(w.get(), channel.fd[1]);
+  answer.begin(client.worker_copy());
+  close(client.fd[0]);
+  client.fd[0] = -1;
+  for (int i = 0; i < 40; ++i) ASSERT_TRUE(answer.send(frame(std::string(1000, 'x'))));
+  ASSERT_TRUE(answer.finish(frame("last")));
+  const AnswerWindow::Snapshot s = w->look();
+  EXPECT_EQ(s.sent, s.placed);  // nothing is left for the front to send either
+  MessageKind kind;
+  std::string payload;
+  ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
+  EXPECT_EQ(kind, MessageKind::kEnd);
+}
+
+TEST(DirectAnswer, WithoutAConnectionEverythingGoesThroughTheFront) {
+  Pair channel;
+  for (bool with_window : {false, true}) {
+    std::unique_ptr<AnswerWindow> w(with_window ? AnswerWindow::create() : nullptr);
+    DirectAnswer answer(w.get(), channel.fd[1]);
+    answer.begin(-1);
+    ASSERT_TRUE(answer.send(frame("one")));
+    ASSERT_TRUE(answer.finish(frame("last")));
+    MessageKind kind;
+    std::string payload;
+    ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
+    EXPECT_EQ(kind, MessageKind::kFrames);
+    EXPECT_EQ(payload, frame("one"));
+    ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
+    EXPECT_EQ(kind, MessageKind::kEnd);
+    EXPECT_EQ(payload, frame("last"));
+  }
+}
+
+TEST(DirectAnswer, AConnectionWithoutAWindowIsClosedAndNotUsed) {
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(nullptr, channel.fd[1]);
+  answer.begin(client.worker_copy());
+  ASSERT_TRUE(answer.finish(frame("last")));
+  bool ended = true;
+  EXPECT_EQ(read_now(client.fd[0], &ended), "");
+  EXPECT_FALSE(ended);
+  close(client.fd[1]);
+  client.fd[1] = -1;
+  EXPECT_EQ(read_to_end(client.fd[0]), "");  // the worker's copy was closed too
+}
+
+TEST(DirectAnswer, ASlowClientIsWaitedForAndTheWindowSaysSinceWhen) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  const std::string piece = frame(std::string(64 * 1024, 'p'));
+  constexpr int kPieces = 40;  // 2.5 MiB: more than the window and the socket together
+  std::thread worker([&] {
+    DirectAnswer answer(w.get(), channel.fd[1]);
+    answer.begin(client.worker_copy());
+    for (int i = 0; i < kPieces; ++i) answer.send(piece);
+    answer.finish(frame("last"));
+  });
+  long long waiting = 0;
+  for (int i = 0; i < 500 && waiting == 0; ++i) {
+    waiting = w->header().waiting_ms.load();
+    if (waiting == 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_GT(waiting, 0);
+  close(client.fd[1]);
+  client.fd[1] = -1;
+  const std::string got = read_to_end(client.fd[0]);
+  worker.join();
+  EXPECT_EQ(got.size(), kPieces * piece.size() + frame("last").size());
+  EXPECT_EQ(got.substr(got.size() - frame("last").size()), frame("last"));
+  EXPECT_EQ(w->header().waiting_ms.load(), 0);
+}
+
+}  // namespace
+}  // namespace hostd
