@@ -271,4 +271,26 @@ std::vector<pid_t> child_processes(pid_t parent) {
   return children;
 }
 
+long long daemon_cpu_ns(pid_t daemon) {
+  long long total = 0;
+  std::vector<pid_t> all = child_processes(daemon);
+  all.push_back(daemon);
+  for (pid_t pid : all) {
+    total += strtoll(read_file("/proc/" + std::to_string(pid) + "/schedstat").c_str(), nullptr, 10);
+  }
+  return total;
+}
+
+long long daemon_sleeps(pid_t daemon) {
+  long long total = 0;
+  std::vector<pid_t> all = child_processes(daemon);
+  all.push_back(daemon);
+  for (pid_t pid : all) {
+    const std::string status = read_file("/proc/" + std::to_string(pid) + "/status");
+    const size_t at = status.find("voluntary_ctxt_switches:");
+    if (at != std::string::npos) total += strtoll(status.c_str() + at + 24, nullptr, 10);
+  }
+  return total;
+}
+
 }  // namespace bench

@@ -1,6 +1,7 @@
 // limits_test.cpp - what idle and slow clients, greedy providers and full queues cannot do:
 // hold up other requests, take the machine, or leave processes behind.
 #include <cmpiutility/transport.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -196,6 +197,36 @@ TEST_F(GreedyProviders, AClientThatStopsReadingIsDroppedAndItsWorkerServesTheNex
   close(fd);
   EXPECT_GT(count_frames(got), 0u);
   EXPECT_LT(count_frames(got), 3001u);
+}
+
+// Frames a provider returns in a quick burst before it goes quiet do not wait for it: the
+// client has them long before the provider completes.
+TEST_F(GreedyProviders, ABurstOfFramesReachesTheClientWhileItsProviderIsQuiet) {
+  const int fd = connect_to(socket());
+  ASSERT_GE(fd, 0);
+  const std::string frame = build_frame(ENUMINST, "root", make_path("Test_Burst"));
+  ASSERT_EQ(send(fd, frame.data(), frame.size(), MSG_NOSIGNAL),
+            static_cast<ssize_t>(frame.size()));
+  const auto start = std::chrono::steady_clock::now();
+  std::string got;
+  char buf[4096];
+  while (count_frames(got) < 3 &&
+         std::chrono::steady_clock::now() - start < std::chrono::milliseconds(1500)) {
+    struct pollfd pfd = {fd, POLLIN, 0};
+    if (poll(&pfd, 1, 100) <= 0) continue;
+    ssize_t n = recv(fd, buf, sizeof buf, 0);
+    if (n <= 0) break;
+    got.append(buf, static_cast<std::size_t>(n));
+  }
+  // The provider completes after 2 s; three frames before 1.5 s came while it was quiet.
+  EXPECT_EQ(count_frames(got), 3u) << got;
+  for (;;) {
+    ssize_t n = recv(fd, buf, sizeof buf, 0);
+    if (n <= 0) break;
+    got.append(buf, static_cast<std::size_t>(n));
+  }
+  close(fd);
+  EXPECT_EQ(count_frames(got), 4u);  // and the completion frame at the end
 }
 
 class Deadlines : public HostdTest {

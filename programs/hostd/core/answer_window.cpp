@@ -2,6 +2,7 @@
 #include "answer_window.h"
 
 #include <sched.h>
+#include <sys/socket.h>
 #include <sys/mman.h>
 
 #include <new>
@@ -91,6 +92,22 @@ std::string_view AnswerWindow::take_unsent() {
   if (!s.consistent || s.sent == s.placed) return std::string_view();
   header_->sent.store(s.placed, std::memory_order_release);
   return std::string_view(bytes_ + (s.sent - s.base), s.placed - s.sent);
+}
+
+std::size_t AnswerWindow::send_waiting(int client) {
+  if (!lock(kFront, 0)) return 0;
+  const Snapshot s = look();
+  std::size_t done = 0;
+  if (s.consistent && s.sent < s.placed) {
+    const ssize_t n = ::send(client, bytes_ + (s.sent - s.base), s.placed - s.sent,
+                             MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (n > 0) {
+      done = static_cast<std::size_t>(n);
+      header_->sent.store(s.sent + done, std::memory_order_release);
+    }
+  }
+  unlock();
+  return done;
 }
 
 }  // namespace hostd

@@ -12,9 +12,10 @@
 // Who writes what:
 //   - `placed`, `frames`, `progress_ms`, `waiting_ms`, `flags`: the worker, with release
 //     stores after the bytes they describe;
-//   - `base` and `sent`, and the bytes before `placed`: whoever holds `lock` (the worker while
-//     it sends or makes room, the front when it takes over the rest of a dead or killed
-//     worker's answer). The lock is never held across anything that blocks.
+//   - `sent`: whoever holds `lock` (the worker while it sends, the front when it sends frames
+//     that waited too long or takes over the rest of a dead or killed worker's answer);
+//   - `base`, and the bytes before `placed`: the worker, holding the lock. The lock is never
+//     held across anything that blocks.
 //   - everything: the front, between requests (reset(), while the worker waits for its next
 //     request).
 // The worker is not trusted (it runs providers): the front reads the header once into a
@@ -92,6 +93,12 @@ class AnswerWindow {
   // The front, holding the lock (or with the worker gone): the whole frames placed but not
   // sent, and marks them sent. Empty when there are none or the header is not consistent.
   std::string_view take_unsent();
+
+  // The front, for a live worker whose placed frames have waited too long (its provider went
+  // quiet right after a burst): sends what the client's socket takes now without blocking, if
+  // the worker does not hold the lock. Only `sent` moves; `base` stays the worker's. Returns
+  // the bytes sent.
+  std::size_t send_waiting(int client);
 
  private:
   AnswerWindow(void *mapping, std::size_t size);

@@ -112,8 +112,17 @@ long long Front::timeout_ms(long long now) const {
     earliest(ch.total);
     earliest(ch.kill_at);
     busy = busy || ch.connection != 0;
-    // A worker answering directly is looked at every second (its client may stall).
-    if (ch.connection != 0 && ch.direct) next = std::min(next, 1000LL);
+    // A worker answering directly is looked at every second (its client may stall), and soon
+    // when it left frames unsent in its window.
+    if (ch.connection != 0 && ch.direct) {
+      const AnswerWindow::Snapshot s = ch.window->look();
+      const bool frames_wait = s.consistent && s.sent < s.placed && s.waiting_ms == 0;
+      // Never sooner than kWaitingFramesMs: a client whose socket is full would otherwise
+      // keep the front spinning.
+      next = std::min(next, frames_wait ? std::max(kWaitingFramesMs,
+                                                   s.progress_ms + kWaitingFramesMs - now)
+                                        : 1000LL);
+    }
   }
   if (busy && (config_.worker_cpu > 0 || config_.worker_memory > 0)) {
     next = std::min(next, kWatchEveryMs);

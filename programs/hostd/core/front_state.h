@@ -165,6 +165,9 @@ inline constexpr std::size_t kOutputHigh = 1u << 20;
 inline constexpr std::size_t kOutputLow = 256u << 10;
 // How often busy workers' CPU time and memory are looked at.
 inline constexpr long long kWatchEveryMs = 200;
+// Frames a worker placed in its answer window and left there this long (its provider went
+// quiet right after them) are sent by the front.
+inline constexpr long long kWaitingFramesMs = 20;
 
 // "exited with status N" / "was killed by signal N (name)" of a wait status.
 std::string describe_wait_status(int status);

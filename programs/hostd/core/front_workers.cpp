@@ -429,6 +429,15 @@ void Front::check_workers(long long now) {
       continue;
     }
     if (ch->connection == 0) continue;
+    if (ch->direct) {
+      const AnswerWindow::Snapshot s = ch->window->look();
+      if (s.consistent && s.sent < s.placed && s.waiting_ms == 0 &&
+          now - s.progress_ms >= kWaitingFramesMs) {
+        if (Connection *c = connection(ch->connection); c != nullptr && !c->client_gone) {
+          ch->window->send_waiting(c->fd);
+        }
+      }
+    }
     if (ch->direct && ch->silence.passed(now)) {
       // The frames went straight to the client: the window tells when the provider last
       // produced one, and whether the worker is waiting for its client (which is no silence).

@@ -15,6 +15,7 @@
  *                   returns one instance whose "Pid" is that process, then hangs
  *     MODE_SLOW     returns 10 instances, one every 200 ms, then completes
  *     MODE_LINGER   as MODE_COUNTER, but its cleanup takes a second
+ *     MODE_BURST    returns 3 instances at once, then waits 2 s before it completes
  *   createInstance, modifyInstance and deleteInstance fail with CMPI_RC_ERR_NOT_SUPPORTED and a
  *   message of 20,000 characters ("refused: " followed by 'x's), longer than any frame buffer.
  */
@@ -33,6 +34,7 @@
 #define MODE_FORK 4
 #define MODE_SLOW 5
 #define MODE_LINGER 6
+#define MODE_BURST 7
 
 #define EXPORTED __attribute__((visibility("default")))
 #define JOIN2(a, b) a##b
@@ -169,6 +171,11 @@ static CMPIStatus enum_instances(CMPIInstanceMI *mi, const CMPIContext *ctx,
     return_one(rslt, op, id, self);
     usleep(200 * 1000);
   }
+#elif LIFETIME_MODE == MODE_BURST
+  return_one(rslt, op, "burst0", self);
+  return_one(rslt, op, "burst1", self);
+  return_one(rslt, op, "burst2", self);
+  sleep(2);
 #endif
   CMReturnDone(rslt);
   return ok_status();
