@@ -195,6 +195,42 @@ TEST(DirectAnswer, WhatWasPlacedButNotSentIsLeftInTheWindowInOrder) {
   EXPECT_EQ(w->look().frames, 5u);
 }
 
+TEST(DirectAnswer, TheFrontSendsWaitingFramesAndTheWorkerGoesOnAfterThem) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  DirectAnswer answer(w.get(), channel.fd[1]);
+  answer.begin(client.worker_copy());
+  ASSERT_TRUE(answer.send(frame("a")));
+  ASSERT_TRUE(answer.send(frame("b")));
+  std::string got = read_now(client.fd[0]);
+  // The front's copy of the connection (end 1) sends whatever still waits.
+  const AnswerWindow::Snapshot before = w->look();
+  EXPECT_EQ(w->send_waiting(client.fd[1]), before.placed - before.sent);
+  EXPECT_EQ(w->look().base, before.base);  // the worker's layout is left alone
+  got += read_now(client.fd[0]);
+  EXPECT_EQ(got, frame("a") + frame("b"));
+  ASSERT_TRUE(answer.send(frame("c")));
+  ASSERT_TRUE(answer.finish(frame("last")));
+  got += read_to_end(client.fd[0]);
+  EXPECT_EQ(got, frame("a") + frame("b") + frame("c") + frame("last"));
+}
+
+TEST(DirectAnswer, TheFrontSendsNothingWhileTheWorkerHoldsTheLock) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  std::memcpy(w->bytes(), "xyz", 3);
+  w->header().placed.store(3);
+  ASSERT_TRUE(w->lock(AnswerWindow::kWorker, 0));
+  EXPECT_EQ(w->send_waiting(client.fd[1]), 0u);
+  EXPECT_EQ(read_now(client.fd[0]), "");
+  w->unlock();
+  EXPECT_EQ(w->send_waiting(client.fd[1]), 3u);
+  EXPECT_EQ(read_now(client.fd[0]), "xyz");
+}
+
 TEST(DirectAnswer, ManyFramesInQuickSuccessionAreAllDeliveredOnceInOrder) {
   auto w = make_window();
   ASSERT_NE(w, nullptr);
