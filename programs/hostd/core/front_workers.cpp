@@ -285,8 +285,8 @@ void Front::fail_request(WorkerChannel &ch, const std::string &why) {
   const bool accounted = !ch.direct || take_over_answer(ch, *c);
   ch.direct = false;
   if (!accounted) {
-    HOSTD_ERROR("%s: worker %d %s in the middle of sending its answer; the connection is "
-                "closed, since what reached the client cannot be told",
+    HOSTD_ERROR("%s: worker %d %s while it was sending its answer; the connection is closed "
+                "without an error frame, since what reached the client cannot be told",
                 c->what.c_str(), static_cast<int>(ch.pid), why.c_str());
     c->worker = 0;
     c->phase = Connection::Phase::kClosing;
