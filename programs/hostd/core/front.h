@@ -9,12 +9,18 @@
 //  - checks each complete request strictly (request_check.h) and the principal against the
 //    peer (admission.h), refusing with an error frame and one log line;
 //  - queues accepted requests (at most max_queue; a full queue answers CMPIERROR:1) and hands
-//    each to an idle worker of its principal, starting one when the limits allow
-//    (worker_pool.h, worker_process.h);
-//  - passes each worker's frames on to its client as whole messages, with back-pressure (a
-//    client that does not read stalls its worker, not the front), and ends the answer with
-//    CMPIERROR:1 when the worker crashes, falls silent past the provider time-out, passes its
-//    request deadline, CPU time or memory;
+//    each to an idle worker of its principal, with the client's connection, starting a worker
+//    when the limits allow (worker_pool.h, worker_process.h); a request waits for a worker of
+//    its user that is finishing its answer rather than start another;
+//  - lets the worker write the answer to the client itself through the answer window
+//    (answer_window.h, direct_answer.h), sends frames the worker left waiting there for 20 ms,
+//    and drops a client that reads nothing for the provider time-out; frames a worker sends
+//    through its channel instead (frames wider than the window, or when no window could be
+//    made) it passes on as whole messages, with back-pressure (a client that does not read
+//    stalls its worker, not the front);
+//  - ends the answer with the whole frames the worker placed but did not send and CMPIERROR:1
+//    when the worker crashes, falls silent past the provider time-out, passes its request
+//    deadline, CPU time or memory;
 //  - retires idle workers, and kills whatever a provider left behind when its worker ends (the
 //    front is a child subreaper: orphans of a dead worker become its children);
 //  - on SIGTERM/SIGINT stops accepting, lets running requests finish within the grace period,
