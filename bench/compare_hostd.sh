@@ -16,6 +16,12 @@
 # build also runs E2E/GetInstanceCold, which the table sets against the other build's
 # E2E/GetInstance (a daemon that starts its processes for every request has no warm case). The
 # raw CSV files and the load average before each run go to docs/perf/compare/.
+#
+# BENCH_PROGRAM=item_bench compares with the benchmark provider instead (build/bench/item_bench:
+# GetInstance with 1 and 8 clients and the enumeration of 10,000 items with its halves, their
+# floors; files in docs/perf/compare-item/). Where a benchmark reports the daemon's own CPU time
+# (daemon_cpu_us: per request, or per instance for enumerations), the table shows its median
+# too: it moves far less with the machine's load than the wall clock.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -40,6 +46,7 @@ table() {
     n = ++count[k]
     rate[k, n] = $col["items_per_second"] + 0
     p50[k, n] = $col["p50_us"] + 0
+    cpu[k, n] = ("daemon_cpu_us" in col) ? $col["daemon_cpu_us"] + 0 : 0
   }
   function dur(us) {
     if (us >= 1e6) return sprintf("%.2f s", us / 1e6)
@@ -51,19 +58,21 @@ table() {
     return (n % 2) ? v[(n + 1) / 2] : (v[n / 2] + v[n / 2 + 1]) / 2
   }
   END {
-    print "| benchmark | this build: items/s | p50 | other build: items/s | p50 | this ÷ other (items/s) |"
-    print "|---|---:|---:|---:|---:|---:|"
+    print "| benchmark | this build: items/s | p50 | daemon CPU | other build: items/s | p50 | daemon CPU | this ÷ other (items/s) |"
+    print "|---|---:|---:|---:|---:|---:|---:|---:|"
     for (i = 1; i <= names; i++) {
       a = order[i] SUBSEP "this"; b = order[i] SUBSEP "other"
       if (!(a in count) || !(b in count)) continue
       ra = median(rate, a, count[a]); rb = median(rate, b, count[b])
-      printf "| %s | %.0f | %s | %.0f | %s | %.2f |\n", order[i], ra, dur(median(p50, a, count[a])),
-        rb, dur(median(p50, b, count[b])), (rb > 0) ? ra / rb : 0
+      ca = median(cpu, a, count[a]); cb = median(cpu, b, count[b])
+      printf "| %s | %.0f | %s | %s | %.0f | %s | %s | %.2f |\n", order[i], ra,
+        dur(median(p50, a, count[a])), (ca > 0) ? dur(ca) : "–", rb, dur(median(p50, b, count[b])),
+        (cb > 0) ? dur(cb) : "–", (rb > 0) ? ra / rb : 0
     }
     a = "E2E/GetInstanceCold" SUBSEP "this"; b = "E2E/GetInstance" SUBSEP "other"
     if ((a in count) && (b in count)) {
       ra = median(rate, a, count[a]); rb = median(rate, b, count[b])
-      printf "| E2E/GetInstanceCold against E2E/GetInstance of the other build | %.0f | %s | %.0f | %s | %.2f |\n",
+      printf "| E2E/GetInstanceCold against E2E/GetInstance of the other build | %.0f | %s | – | %.0f | %s | – | %.2f |\n",
         ra, dur(median(p50, a, count[a])), rb, dur(median(p50, b, count[b])), (rb > 0) ? ra / rb : 0
     }
   }' "$1"/this-*.csv "$1"/other-*.csv
@@ -77,9 +86,17 @@ fi
 commit=${1:?"usage: $0 COMMIT [BUILD_DIR [ROUNDS [FILTER]]]"}
 build=${2:-build}
 rounds=${3:-3}
-filter=${4:-'^E2E/(GetInstance|GetInstanceBare|GetInstanceConcurrent/.*|GetInstanceBareConcurrent/.*|Enumerate/10000|EnumerateDaemonOnly/10000|EnumerateClientOnly/10000)/'}
+program=${BENCH_PROGRAM:-e2e_bench}
+case $program in
+  e2e_bench)
+    prefix=E2E out=$root/docs/perf/compare cold='|^E2E/GetInstanceCold/' ;;
+  item_bench)
+    prefix=Item out=$root/docs/perf/compare-item cold='' ;;
+  *) echo "compare_hostd.sh: BENCH_PROGRAM is e2e_bench or item_bench" >&2; exit 2 ;;
+esac
+filter=${4:-"^$prefix/(GetInstance|GetInstanceBare|GetInstanceConcurrent/.*|GetInstanceBareConcurrent/.*|Enumerate/10000|EnumerateDaemonOnly/10000|EnumerateClientOnly/10000)/"}
 case $build in /*) ;; *) build=$root/$build ;; esac
-bin=$build/bench/e2e_bench
+bin=$build/bench/$program
 [ -x "$bin" ] || { echo "compare_hostd.sh: $bin is missing (run ./dev build first)" >&2; exit 1; }
 
 sha=$(git -C "$root" rev-parse --short "$commit")
@@ -93,7 +110,6 @@ if [ ! -x "$other/build/programs/hostd/cmpi-hostd" ]; then
 fi
 other_bin=$other/build/programs/hostd/cmpi-hostd
 
-out=$root/docs/perf/compare
 mkdir -p "$out"
 rm -f "$out"/*.csv "$out/load.txt"
 for ((r = 1; r <= rounds; r++)); do
@@ -103,7 +119,7 @@ for ((r = 1; r <= rounds; r++)); do
       BENCH_HOSTD=$other_bin "$bin" --benchmark_filter="$filter" --benchmark_format=csv \
         >"$out/$side-$r.csv" 2>/dev/null
     else
-      "$bin" --benchmark_filter="$filter|^E2E/GetInstanceCold/" --benchmark_format=csv \
+      "$bin" --benchmark_filter="$filter$cold" --benchmark_format=csv \
         >"$out/$side-$r.csv" 2>/dev/null
     fi
   done

@@ -67,6 +67,7 @@ void Enumerate(benchmark::State &state) {
   const std::string *answer = prepare_enumeration(state, count);
   if (answer == nullptr) return;
   const Environment &env = environment();
+  bench::DaemonCost cost(state, env.hostd.pid(), count);
   time_requests(state, count, *answer, [&] {
     return bench::enumerate(env.hostd.socket(), env.enum_frame) == static_cast<long>(count);
   });
@@ -79,6 +80,7 @@ void EnumerateDaemonOnly(benchmark::State &state) {
   const Environment &env = environment();
   // Nothing varies in the answer but the instances, so its length must match exactly.
   const long expected = static_cast<long>(answer->size());
+  bench::DaemonCost cost(state, env.hostd.pid(), count);
   time_requests(state, count, *answer, [&] {
     return bench::bare_exchange(env.hostd.socket(), env.enum_frame) == expected;
   });
@@ -112,6 +114,7 @@ void EnumerateBare(benchmark::State &state) {
 void GetInstance(benchmark::State &state) {
   if (!prepare_get(state)) return;
   const Environment &env = environment();
+  bench::DaemonCost cost(state, env.hostd.pid(), 1);
   time_requests(state, 1, env.get_answer,
                 [&] { return bench::get_instance(env.hostd.socket(), env.get_frame); });
 }

@@ -67,6 +67,37 @@ double percentile99(const std::vector<double> &sorted);
 
 using Clock = std::chrono::steady_clock;
 
+// While it lives, counts what a daemon (front and workers) spends; when it goes, sets
+// daemon_cpu_us (CPU time per item: per request, or per instance for enumerations) and
+// daemon_sleeps (times its processes went to sleep waiting, per request) on state. Both move
+// far less with the machine's load than the wall clock does.
+class DaemonCost {
+ public:
+  DaemonCost(benchmark::State &state, pid_t daemon, size_t items_per_request)
+      : state_(state),
+        daemon_(daemon),
+        items_(items_per_request),
+        cpu_(daemon_cpu_ns(daemon)),
+        sleeps_(daemon_sleeps(daemon)) {}
+  ~DaemonCost() {
+    const double requests = static_cast<double>(state_.iterations());
+    if (requests <= 0) return;
+    state_.counters["daemon_cpu_us"] = static_cast<double>(daemon_cpu_ns(daemon_) - cpu_) /
+                                       1000.0 / (requests * static_cast<double>(items_));
+    state_.counters["daemon_sleeps"] =
+        static_cast<double>(daemon_sleeps(daemon_) - sleeps_) / requests;
+  }
+  DaemonCost(const DaemonCost &) = delete;
+  DaemonCost &operator=(const DaemonCost &) = delete;
+
+ private:
+  benchmark::State &state_;
+  pid_t daemon_;
+  size_t items_;
+  long long cpu_;
+  long long sleeps_;
+};
+
 // Times every request with the clock (manual time: the set-up between requests is not counted)
 // and reports the median and the 99th percentile of the request latencies, the items (instances
 // or requests) and bytes per second, and the size of the answer. Every E2E benchmark reports

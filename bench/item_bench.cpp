@@ -131,19 +131,10 @@ void memory_counters(benchmark::State &state, const HostdProcess &hostd) {
 void GetInstance(benchmark::State &state) {
   ItemDaemon *d = ready_daemon(state, kGetDaemon);
   if (d == nullptr) return;
-  const long long cpu_before = bench::daemon_cpu_ns(d->hostd.pid());
-  const long long sleeps_before = bench::daemon_sleeps(d->hostd.pid());
-  bench::time_requests(state, 1, d->get_answer,
-                       [&] { return bench::get_instance(d->hostd.socket(), d->get_frame); });
-  // The daemon's own CPU time per request (front and worker): far steadier than the wall clock
-  // on a shared machine.
-  const long long cpu_after = bench::daemon_cpu_ns(d->hostd.pid());
-  const long long sleeps_after = bench::daemon_sleeps(d->hostd.pid());
-  if (state.iterations() > 0) {
-    state.counters["daemon_sleeps"] = static_cast<double>(sleeps_after - sleeps_before) /
-                                      static_cast<double>(state.iterations());
-    state.counters["daemon_cpu_us"] =
-        static_cast<double>(cpu_after - cpu_before) / 1000.0 / static_cast<double>(state.iterations());
+  {
+    bench::DaemonCost cost(state, d->hostd.pid(), 1);
+    bench::time_requests(state, 1, d->get_answer,
+                         [&] { return bench::get_instance(d->hostd.socket(), d->get_frame); });
   }
   memory_counters(state, d->hostd);
 }
@@ -192,17 +183,19 @@ void enumeration(benchmark::State &state, Side side) {
   const std::string &socket = canned ? d->canned.path() : d->hostd.socket();
   const bool library = side == Side::kThrough || side == Side::kClientOnly;
   const long expected = library ? static_cast<long>(count) : static_cast<long>(answer->size());
-  const long long cpu_before = canned ? 0 : bench::daemon_cpu_ns(d->hostd.pid());
-  bench::time_requests(state, count, *answer, [&] {
-    return (library ? bench::enumerate(socket, d->enum_frame)
-                    : bench::bare_exchange(socket, d->enum_frame)) == expected;
-  });
-  if (canned) return;
-  // The daemon's own CPU time per instance (front and worker).
-  const long long cpu_after = bench::daemon_cpu_ns(d->hostd.pid());
-  if (state.iterations() > 0) {
-    state.counters["daemon_cpu_us"] = static_cast<double>(cpu_after - cpu_before) / 1000.0 /
-                                      static_cast<double>(state.iterations() * count);
+  auto run = [&] {
+    bench::time_requests(state, count, *answer, [&] {
+      return (library ? bench::enumerate(socket, d->enum_frame)
+                      : bench::bare_exchange(socket, d->enum_frame)) == expected;
+    });
+  };
+  if (canned) {
+    run();
+    return;
+  }
+  {
+    bench::DaemonCost cost(state, d->hostd.pid(), count);
+    run();
   }
   memory_counters(state, d->hostd);
 }
