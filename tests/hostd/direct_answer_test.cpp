@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "answer_window.h"
 #include "channel.h"
@@ -341,6 +343,42 @@ TEST(DirectAnswer, AConnectionWithoutAWindowIsClosedAndNotUsed) {
   close(client.fd[1]);
   client.fd[1] = -1;
   EXPECT_EQ(read_to_end(client.fd[0]), "");  // the worker's copy was closed too
+}
+
+// Resident pages of [data, data + size) (mincore; the window is shared memory).
+std::size_t resident_pages(char *data, std::size_t size) {
+  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  std::vector<unsigned char> in(size / page);
+  if (mincore(data, size, in.data()) != 0) return ~std::size_t(0);
+  std::size_t n = 0;
+  for (unsigned char c : in) n += c & 1;
+  return n;
+}
+
+TEST(DirectAnswer, ALargeAnswerGivesItsWindowPagesBackWhenItEnds) {
+  auto w = make_window();
+  ASSERT_NE(w, nullptr);
+  Pair client;
+  Pair channel;
+  const std::string piece = frame(std::string(100 * 1024, 'p'));
+  constexpr int kPieces = 20;  // 2 MiB, and the client reads nothing until the window is full
+  std::thread worker([&] {
+    DirectAnswer answer(w.get(), channel.fd[1]);
+    answer.begin(client.worker_copy());
+    for (int i = 0; i < kPieces; ++i) answer.send(piece);
+    answer.finish(frame("last"));
+  });
+  for (int i = 0; i < 500 && w->header().waiting_ms.load() == 0; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  // The window is full now: its far pages are resident.
+  EXPECT_GT(resident_pages(w->bytes() + kWindowKept, kWindowBytes - kWindowKept), 0u);
+  close(client.fd[1]);
+  client.fd[1] = -1;
+  const std::string got = read_to_end(client.fd[0]);
+  worker.join();
+  EXPECT_EQ(got.size(), kPieces * piece.size() + frame("last").size());
+  EXPECT_EQ(resident_pages(w->bytes() + kWindowKept, kWindowBytes - kWindowKept), 0u);
 }
 
 TEST(DirectAnswer, ASlowClientIsWaitedForAndTheWindowSaysSinceWhen) {

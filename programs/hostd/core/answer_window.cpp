@@ -58,6 +58,11 @@ void AnswerWindow::reset() {
   h.lock.store(kFree, std::memory_order_release);
 }
 
+void AnswerWindow::release_beyond(std::size_t keep) {
+  if (keep >= kWindowBytes) return;
+  madvise(bytes_ + keep, kWindowBytes - keep, MADV_REMOVE);
+}
+
 AnswerWindow::Snapshot AnswerWindow::look() const {
   const Header &h = *header_;
   Snapshot s;

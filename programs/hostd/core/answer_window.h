@@ -82,6 +82,11 @@ class AnswerWindow {
   // The front, while the worker waits for a request: an empty answer.
   void reset();
 
+  // The worker, with its answer sent: gives the memory of the window's bytes from `keep` on
+  // back to the system (both processes' pages: the window is one shared object), so that a large
+  // answer does not leave a megabyte resident in an idle worker.
+  void release_beyond(std::size_t keep);
+
   // The front's reading of the header.
   Snapshot look() const;
 

@@ -50,11 +50,13 @@ bool DirectAnswer::finish(const std::string &last) {
     relayed_ = true;
   }
   if (!direct()) {
+    release_pages();  // nothing waits in the window: it was emptied before the channel took over
     close_client(false);  // the front sends the rest and closes
     return write_message(channel_, MessageKind::kEnd, last);
   }
   window_->header().flags.fetch_or(AnswerWindow::kFinal, std::memory_order_release);
   send_placed(true);
+  release_pages();  // everything placed is sent (or dropped): the front reads nothing more
   close_client(true);
   return write_message(channel_, MessageKind::kEnd, std::string_view());
 }
@@ -79,6 +81,8 @@ bool DirectAnswer::place(std::string_view frames) {
        at = frames.find(wire::kTerminator, at + wire::kTerminator.size())) {
     ++count;
   }
+  const std::size_t used = placed + frames.size() - h.base.load(std::memory_order_relaxed);
+  if (used > widest_) widest_ = used;
   h.frames.fetch_add(count, std::memory_order_relaxed);
   h.progress_ms.store(now_ms(), std::memory_order_relaxed);
   h.placed.store(placed + frames.size(), std::memory_order_release);
@@ -157,6 +161,11 @@ void DirectAnswer::drop_client() {
   h.sent.store(placed, std::memory_order_release);
   h.base.store(placed, std::memory_order_release);
   window_->unlock();
+}
+
+void DirectAnswer::release_pages() {
+  if (window_ != nullptr && widest_ > kWindowKept) window_->release_beyond(kWindowKept);
+  widest_ = 0;
 }
 
 void DirectAnswer::close_client(bool answered) {

@@ -18,7 +18,8 @@
 //    still return true: the provider runs on, the front logs the client's going.
 //  - finish() marks the answer final, sends the rest, shuts the connection for writing (the
 //    client sees the end even while the front still holds it), closes the worker's copy and
-//    tells the front with an empty kEnd message.
+//    tells the front with an empty kEnd message; an answer that used more than kWindowKept of
+//    the window gives the pages beyond that back.
 #ifndef CMPI_HOSTD_DIRECT_ANSWER_H
 #define CMPI_HOSTD_DIRECT_ANSWER_H
 
@@ -33,6 +34,8 @@ namespace hostd {
 
 inline constexpr long long kSendAfterMs = 1;
 inline constexpr std::size_t kSendAtBytes = 16u << 10;
+// After an answer that used more of the window than this, the rest of its pages are given back.
+inline constexpr std::size_t kWindowKept = 64u << 10;
 
 class DirectAnswer : public FrameSink {
  public:
@@ -59,6 +62,8 @@ class DirectAnswer : public FrameSink {
   // Moves the unsent bytes to the start of the window (under the lock).
   void compact();
   void drop_client();
+  // After an answer that used more than kWindowKept of the window: the pages beyond it go back.
+  void release_pages();
   // Closes the worker's copy of the connection; answered: the whole answer went out here, so
   // the connection is also shut for writing (the client sees the end at once).
   void close_client(bool answered);
@@ -69,6 +74,7 @@ class DirectAnswer : public FrameSink {
   bool relayed_ = false;     // frames went through the front: all the rest does too
   bool client_gone_ = false;
   long long last_send_ms_ = 0;
+  std::size_t widest_ = 0;   // the most of the window this answer has used
 };
 
 }  // namespace hostd
