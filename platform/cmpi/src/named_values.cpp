@@ -67,6 +67,12 @@ void NamedValues::clear() {
 }
 
 CMPIrc NamedValues::copy_from(const NamedValues &other) {
+  try {
+    // One allocation for the copy, not one per doubling.
+    entries_.reserve(entries_.size() + other.entries_.size());
+  } catch (...) {
+    return CMPI_RC_ERR_FAILED;
+  }
   for (const Entry &entry : other.entries_) {
     CMPIData copy;
     const CMPIrc rc = copy_stored(entry.data, &copy);
@@ -102,6 +108,8 @@ CMPIrc NamedValues::set(const char *name, const CMPIValue *value, CMPIType type)
     return CMPI_RC_OK;
   }
   try {
+    // Instances rarely hold fewer than four values: start there rather than grow 1, 2, 4.
+    if (entries_.empty()) entries_.reserve(4);
     entries_.push_back(Entry{name, copy, folded});
   } catch (...) {
     release_data(&copy);
