@@ -7,8 +7,8 @@
 //  - a worker when no request came for kIdleReleaseMs after its last answer (IdleRelease);
 //  - the front when its last connection has closed.
 // A worker does not release between the requests of a busy client: every request would then
-// fault the same pages in again (about 15 µs of a 200 µs GetInstance, measured), which is what
-// the delay avoids. docs/PERFORMANCE.md ("Idle memory") has what each release saves.
+// fault the same pages in again, which made a GetInstance measurably slower; the delay avoids
+// that. docs/PERFORMANCE.md ("Idle memory") has what each release saves and costs.
 #ifndef CMPI_HOSTD_MEMORY_TUNING_H
 #define CMPI_HOSTD_MEMORY_TUNING_H
 
