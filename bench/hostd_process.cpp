@@ -244,6 +244,12 @@ ProcessMemory process_memory(pid_t pid) {
     if (line.compare(0, 6, "VmHWM:") == 0) field = &memory.peak_kib;
     if (field != nullptr) *field = strtol(line.c_str() + line.find(':') + 1, nullptr, 10);
   }
+  std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
+  while (std::getline(rollup, line)) {
+    if (line.compare(0, 4, "Pss:") == 0) {
+      memory.proportional_kib = strtol(line.c_str() + 4, nullptr, 10);
+    }
+  }
   return memory;
 }
 

@@ -58,11 +58,18 @@ class HostdProcess {
 };
 
 // The resident memory of a process in KiB (VmRSS, RssAnon and the peak VmHWM of
-// /proc/<pid>/status); -1 each when the process is gone.
+// /proc/<pid>/status, and Pss of /proc/<pid>/smaps_rollup); -1 each when the process is gone.
+// VmRSS counts every page the process maps, also those it shares with other processes (its
+// parent after a fork, every process using the same shared library), so the VmRSS of two
+// processes added up counts their shared pages twice. Pss (proportional set size) charges
+// each page divided by the number of processes that map it: the Pss of all processes adds up
+// to the memory they use. It depends on what else runs on the machine (a library mapped by
+// ten other programs costs a tenth of its pages).
 struct ProcessMemory {
   long resident_kib = -1;
   long anonymous_kib = -1;
   long peak_kib = -1;
+  long proportional_kib = -1;
 };
 ProcessMemory process_memory(pid_t pid);
 

@@ -20,13 +20,19 @@
 // Every size of enumeration gets its own daemon (BENCH_ITEM_COUNT=<n> in its environment), so
 // its peak memory counters (peak_front_kib, peak_workers_kib: VmHWM of the front and of its
 // workers after the runs, and rss_*_kib, the resident memory then) belong to that size alone.
+// The memory is read after the daemon has been idle for a second. Beside VmRSS: pss_front_kib,
+// pss_workers_kib and pss_total_kib (proportional set size, shared pages divided among the
+// processes of the machine that map them) and rss_distinct_kib (the distinct physical pages of
+// the front and its workers together, each counted once; -1 unless run as root).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <cmpimacs.h>
@@ -38,6 +44,7 @@
 #include "e2e_client.h"
 #include "e2e_environment.h"
 #include "hostd_process.h"
+#include "resident_pages.h"
 
 namespace {
 
@@ -110,20 +117,35 @@ const std::string *enumeration_answer(benchmark::State &state, ItemDaemon &d, si
   return &d.enum_answer;
 }
 
-// The memory of a daemon's front and workers (its children), in KiB.
+// How long the daemon is left alone before its memory is read: a worker gives its free heap
+// back after half a second without requests, so this reads the idle daemon.
+constexpr auto kIdleBeforeMemory = std::chrono::milliseconds(1000);
+
+// The memory of a daemon's front and workers (its children), in KiB, read once the daemon has
+// been idle for kIdleBeforeMemory.
 void memory_counters(benchmark::State &state, const HostdProcess &hostd) {
+  std::this_thread::sleep_for(kIdleBeforeMemory);
   const bench::ProcessMemory front = bench::process_memory(hostd.pid());
+  const std::vector<pid_t> workers = bench::child_processes(hostd.pid());
   long peak_workers = 0;
   long rss_workers = 0;
-  for (pid_t worker : bench::child_processes(hostd.pid())) {
+  long pss_workers = 0;
+  for (pid_t worker : workers) {
     const bench::ProcessMemory m = bench::process_memory(worker);
     peak_workers += std::max(0L, m.peak_kib);
     rss_workers += std::max(0L, m.resident_kib);
+    pss_workers += std::max(0L, m.proportional_kib);
   }
+  std::vector<pid_t> daemon = workers;
+  daemon.push_back(hostd.pid());
   state.counters["peak_front_kib"] = static_cast<double>(front.peak_kib);
   state.counters["peak_workers_kib"] = static_cast<double>(peak_workers);
   state.counters["rss_front_kib"] = static_cast<double>(front.resident_kib);
   state.counters["rss_workers_kib"] = static_cast<double>(rss_workers);
+  state.counters["pss_front_kib"] = static_cast<double>(front.proportional_kib);
+  state.counters["pss_workers_kib"] = static_cast<double>(pss_workers);
+  state.counters["pss_total_kib"] = static_cast<double>(front.proportional_kib + pss_workers);
+  state.counters["rss_distinct_kib"] = static_cast<double>(bench::distinct_resident_kib(daemon));
 }
 
 // ---- GetInstance -------------------------------------------------------------------------------

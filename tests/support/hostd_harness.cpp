@@ -76,7 +76,8 @@ const char kTestClasses[] =
     "('Test_Spin', 'TestSpin', 'root/cimv2', '0'),"
     "('Test_Fork', 'TestFork', 'root/cimv2', '0'),"
     "('Test_Slow', 'TestSlow', 'root/cimv2', '0'),"
-    "('Test_Burst', 'TestBurst', 'root/cimv2', '0');";
+    "('Test_Burst', 'TestBurst', 'root/cimv2', '0'),"
+    "('Test_Scatter', 'TestScatter', 'root/cimv2', '0');";
 
 // Registers the classes of tests/e2e/classes/test-classes.mof (the providers that behave like
 // real ones: hierarchy, associations, defaults, values the wire cannot carry) with cmpi-mof,
@@ -160,7 +161,7 @@ Workspace::Workspace() {
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
         "libtestslow.so", "libtestburst.so", "libtestends.so", "libtestlinks.so",
-        "libtestlinger.so", "libtestpower.so", "libtestfit.so",
+        "libtestlinger.so", "libtestpower.so", "libtestfit.so", "libtestscatter.so",
         "libolder_provider.so"}) {
     copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }

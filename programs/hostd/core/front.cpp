@@ -16,6 +16,7 @@
 
 #include "front_state.h"
 #include "log.h"
+#include "memory_tuning.h"
 #include "operations.h"
 #include "log_text.h"
 #include "socket_file.h"
@@ -484,6 +485,7 @@ void Front::close_connection(int id) {
   epoll_ctl(epoll_fd_, EPOLL_CTL_DEL, c->fd, nullptr);
   close(c->fd);
   connections_.erase(id);
+  if (connections_.empty()) release_free_memory();  // idle: what the requests freed goes back
   if (listening_ && !accepting_ &&
       connections_.size() < static_cast<std::size_t>(config_.max_connections)) {
     struct epoll_event ev = {};

@@ -18,6 +18,7 @@
 #include "channel.h"
 #include "direct_answer.h"
 #include "log.h"
+#include "memory_tuning.h"
 #include "request_service.h"
 
 namespace hostd {
@@ -78,13 +79,15 @@ void reap_left_behind() {
 // Waits until the front sends something, unloading providers as they become idle meanwhile.
 // false when waiting failed.
 bool wait_for_request(int fd, RequestService *service) {
+  IdleRelease release;  // the heap's free pages go back if no request comes soon
   for (;;) {
-    const long long wait_ms = service->unload_idle();
+    const long long wait_ms = release.wait_ms(service->unload_idle());
     struct pollfd pfd = {fd, POLLIN, 0};
     const int timeout = wait_ms < 0 ? -1 : static_cast<int>(std::min(wait_ms, 3600000LL));
     const int n = poll(&pfd, 1, timeout);
     if (n > 0) return true;
     if (n < 0 && errno != EINTR) return false;
+    release.after_wait();
   }
 }
 

@@ -16,6 +16,10 @@
  *     MODE_SLOW     returns 10 instances, one every 200 ms, then completes
  *     MODE_LINGER   as MODE_COUNTER, but its cleanup takes a second
  *     MODE_BURST    returns 3 instances at once, then waits 2 s before it completes
+ *     MODE_SCATTER  as MODE_COUNTER, after filling 8 MiB of the heap with 1 KiB blocks and freeing
+ *                   them all but the last one made, which it keeps until its cleanup:
+ *                   the heap cannot shrink from its top, so the 8 MiB stay resident until the
+ *                   process hands the free pages back itself
  *   createInstance, modifyInstance and deleteInstance fail with CMPI_RC_ERR_NOT_SUPPORTED and a
  *   message of 20,000 characters ("refused: " followed by 'x's), longer than any frame buffer.
  */
@@ -35,6 +39,7 @@
 #define MODE_SLOW 5
 #define MODE_LINGER 6
 #define MODE_BURST 7
+#define MODE_SCATTER 8
 
 #define EXPORTED __attribute__((visibility("default")))
 #define JOIN2(a, b) a##b
@@ -80,10 +85,41 @@ __attribute__((unused)) static double seconds_now(void) {
   return (double)ts.tv_sec + (double)ts.tv_nsec / 1e9;
 }
 
+#if LIFETIME_MODE == MODE_SCATTER
+/* The blocks kept above the freed ones, one per call, freed by cleanup. */
+struct pin {
+  struct pin *next;
+};
+static struct pin *pins_;
+
+/* The last block made is the one kept: it lies above the others. */
+static void scatter(void) {
+  enum { kBlocks = 8192, kBlockSize = 1024 };
+  static void *blocks[kBlocks];
+  for (int i = 0; i < kBlocks; ++i) {
+    blocks[i] = malloc(kBlockSize);
+    if (blocks[i] != NULL) memset(blocks[i], 1, kBlockSize);
+  }
+  struct pin *p = (struct pin *)blocks[kBlocks - 1];
+  if (p != NULL) {
+    p->next = pins_;
+    pins_ = p;
+  }
+  for (int i = 0; i < kBlocks - 1; ++i) free(blocks[i]);
+}
+#endif
+
 static CMPIStatus cleanup(CMPIInstanceMI *mi, const CMPIContext *ctx, CMPIBoolean terminating) {
   (void)mi;
   (void)ctx;
   (void)terminating;
+#if LIFETIME_MODE == MODE_SCATTER
+  while (pins_ != NULL) {
+    struct pin *next = pins_->next;
+    free(pins_);
+    pins_ = next;
+  }
+#endif
 #if LIFETIME_MODE == MODE_LINGER
   /* Like a provider whose library waits for its sampling thread when unloaded. */
   struct timespec second = {1, 0};
@@ -116,6 +152,9 @@ static CMPIStatus enum_instances(CMPIInstanceMI *mi, const CMPIContext *ctx,
   CMPIUint32 self = (CMPIUint32)getpid();
   (void)self;
 #if LIFETIME_MODE == MODE_COUNTER || LIFETIME_MODE == MODE_LINGER
+  return_one(rslt, op, "count", self);
+#elif LIFETIME_MODE == MODE_SCATTER
+  scatter();
   return_one(rslt, op, "count", self);
 #elif LIFETIME_MODE == MODE_HOG
   const size_t block = 64u << 20;
