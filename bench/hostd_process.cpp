@@ -277,26 +277,28 @@ std::vector<pid_t> child_processes(pid_t parent) {
   return children;
 }
 
-long long daemon_cpu_ns(pid_t daemon) {
+namespace {
+
+// The sum of one number read from /proc/<pid>/<file> (at the text after key, or at the start
+// when key is empty) over a daemon and its children.
+long long sum_over_daemon(pid_t daemon, const char *file, const std::string &key) {
   long long total = 0;
   std::vector<pid_t> all = child_processes(daemon);
   all.push_back(daemon);
   for (pid_t pid : all) {
-    total += strtoll(read_file("/proc/" + std::to_string(pid) + "/schedstat").c_str(), nullptr, 10);
+    const std::string text = read_file("/proc/" + std::to_string(pid) + "/" + file);
+    const size_t at = text.find(key);
+    if (at != std::string::npos) total += strtoll(text.c_str() + at + key.size(), nullptr, 10);
   }
   return total;
 }
 
+}  // namespace
+
+long long daemon_cpu_ns(pid_t daemon) { return sum_over_daemon(daemon, "schedstat", ""); }
+
 long long daemon_sleeps(pid_t daemon) {
-  long long total = 0;
-  std::vector<pid_t> all = child_processes(daemon);
-  all.push_back(daemon);
-  for (pid_t pid : all) {
-    const std::string status = read_file("/proc/" + std::to_string(pid) + "/status");
-    const size_t at = status.find("voluntary_ctxt_switches:");
-    if (at != std::string::npos) total += strtoll(status.c_str() + at + 24, nullptr, 10);
-  }
-  return total;
+  return sum_over_daemon(daemon, "status", "\nvoluntary_ctxt_switches:");
 }
 
 }  // namespace bench

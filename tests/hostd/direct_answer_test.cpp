@@ -142,13 +142,20 @@ TEST(AnswerWindow, TheLockIsRefusedWhileTheOtherSideHoldsIt) {
 
 // ---- the worker's answer -------------------------------------------------------------------------
 
-TEST(DirectAnswer, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
+// A worker's answer begun on a client connection, with its window and its channel to the front.
+class DirectAnswering : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(w, nullptr);
+    answer.begin(client.worker_copy());
+  }
+  std::unique_ptr<AnswerWindow> w{AnswerWindow::create()};
   Pair client;
   Pair channel;
-  DirectAnswer answer(w.get(), channel.fd[1]);
-  answer.begin(client.worker_copy());
+  DirectAnswer answer{w.get(), channel.fd[1]};
+};
+
+TEST_F(DirectAnswering, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
   ASSERT_TRUE(answer.send(frame("one")));
   ASSERT_TRUE(answer.finish(frame("last")));
   close(client.fd[1]);  // the front closes its copy once it hears of the end
@@ -165,25 +172,13 @@ TEST(DirectAnswer, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
   EXPECT_NE(s.flags & AnswerWindow::kFinal, 0u);
 }
 
-TEST(DirectAnswer, TheClientSeesTheEndEvenWhileTheFrontStillHoldsTheConnection) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  DirectAnswer answer(w.get(), channel.fd[1]);
-  answer.begin(client.worker_copy());
+TEST_F(DirectAnswering, TheClientSeesTheEndEvenWhileTheFrontStillHoldsTheConnection) {
   ASSERT_TRUE(answer.finish(frame("last")));
   // client.fd[1] (the front's copy) stays open.
   EXPECT_EQ(read_to_end(client.fd[0]), frame("last"));
 }
 
-TEST(DirectAnswer, WhatWasPlacedButNotSentIsLeftInTheWindowInOrder) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  DirectAnswer answer(w.get(), channel.fd[1]);
-  answer.begin(client.worker_copy());
+TEST_F(DirectAnswering, WhatWasPlacedButNotSentIsLeftInTheWindowInOrder) {
   std::string expected;
   for (int i = 0; i < 5; ++i) {
     expected += frame("frame" + std::to_string(i));
@@ -197,13 +192,7 @@ TEST(DirectAnswer, WhatWasPlacedButNotSentIsLeftInTheWindowInOrder) {
   EXPECT_EQ(w->look().frames, 5u);
 }
 
-TEST(DirectAnswer, TheFrontSendsWaitingFramesAndTheWorkerGoesOnAfterThem) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  DirectAnswer answer(w.get(), channel.fd[1]);
-  answer.begin(client.worker_copy());
+TEST_F(DirectAnswering, TheFrontSendsWaitingFramesAndTheWorkerGoesOnAfterThem) {
   ASSERT_TRUE(answer.send(frame("a")));
   ASSERT_TRUE(answer.send(frame("b")));
   std::string got = read_now(client.fd[0]);
@@ -233,13 +222,7 @@ TEST(DirectAnswer, TheFrontSendsNothingWhileTheWorkerHoldsTheLock) {
   EXPECT_EQ(read_now(client.fd[0]), "xyz");
 }
 
-TEST(DirectAnswer, ManyFramesInQuickSuccessionAreAllDeliveredOnceInOrder) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  DirectAnswer answer(w.get(), channel.fd[1]);
-  answer.begin(client.worker_copy());
+TEST_F(DirectAnswering, ManyFramesInQuickSuccessionAreAllDeliveredOnceInOrder) {
   const std::string one = frame(std::string(1000, 'a'));
   for (int i = 0; i < 15; ++i) ASSERT_TRUE(answer.send(one));
   // 15,000 bytes placed within a millisecond stay below the 16 KiB that force a send, so they
@@ -293,13 +276,7 @@ TEST(DirectAnswer, AFrameWiderThanTheWindowGoesThroughTheFrontAfterWhatCameBefor
   EXPECT_EQ(messages[2].second, frame("last"));
 }
 
-TEST(DirectAnswer, AClientThatIsGoneMakesTheFramesDropQuietly) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  DirectAnswer answer(w.get(), channel.fd[1]);
-  answer.begin(client.worker_copy());
+TEST_F(DirectAnswering, AClientThatIsGoneMakesTheFramesDropQuietly) {
   close(client.fd[0]);
   client.fd[0] = -1;
   for (int i = 0; i < 40; ++i) ASSERT_TRUE(answer.send(frame(std::string(1000, 'x'))));
@@ -355,57 +332,67 @@ std::size_t resident_pages(char *data, std::size_t size) {
   return n;
 }
 
-TEST(DirectAnswer, ALargeAnswerGivesItsWindowPagesBackWhenItEnds) {
-  auto w = make_window();
-  ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  const std::string piece = frame(std::string(100 * 1024, 'p'));
-  constexpr int kPieces = 20;  // 2 MiB, and the client reads nothing until the window is full
-  std::thread worker([&] {
-    DirectAnswer answer(w.get(), channel.fd[1]);
-    answer.begin(client.worker_copy());
-    for (int i = 0; i < kPieces; ++i) answer.send(piece);
-    answer.finish(frame("last"));
-  });
-  for (int i = 0; i < 500 && w->header().waiting_ms.load() == 0; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+// A client that reads nothing until the worker waits for it, then everything: the worker (on
+// a thread of its own) sends pieces frames of piece_size bytes and a last frame.
+class SlowClient : public ::testing::Test {
+ protected:
+  // Runs the worker until it waits for the client; returns since when it waits (0: it never
+  // did within five seconds).
+  long long start_worker(std::size_t piece_size, int pieces) {
+    piece_ = frame(std::string(piece_size, 'p'));
+    pieces_ = pieces;
+    worker_ = std::thread([this] {
+      DirectAnswer answer(w.get(), channel_.fd[1]);
+      answer.begin(client_.worker_copy());
+      for (int i = 0; i < pieces_; ++i) answer.send(piece_);
+      answer.finish(frame("last"));
+    });
+    long long waiting = 0;
+    for (int i = 0; i < 500 && waiting == 0; ++i) {
+      waiting = w->header().waiting_ms.load();
+      if (waiting == 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return waiting;
   }
+  // The client reads to the end (the front's copy closed); the worker is done then.
+  void read_all() {
+    close(client_.fd[1]);
+    client_.fd[1] = -1;
+    got = read_to_end(client_.fd[0]);
+    worker_.join();
+    EXPECT_EQ(got.size(), pieces_ * piece_.size() + frame("last").size());
+    EXPECT_EQ(got.substr(got.size() - frame("last").size()), frame("last"));
+  }
+  void TearDown() override {
+    if (worker_.joinable()) read_all();
+  }
+
+  std::unique_ptr<AnswerWindow> w{AnswerWindow::create()};
+  std::string got;
+
+ private:
+  Pair client_;
+  Pair channel_;
+  std::string piece_;
+  int pieces_ = 0;
+  std::thread worker_;
+};
+
+TEST_F(SlowClient, ALargeAnswerGivesItsWindowPagesBackWhenItEnds) {
+  ASSERT_NE(w, nullptr);
+  // 2 MiB, and the client reads nothing until the window is full.
+  EXPECT_GT(start_worker(100 * 1024, 20), 0);
   // The window is full now: its far pages are resident.
   EXPECT_GT(resident_pages(w->bytes() + kWindowKept, kWindowBytes - kWindowKept), 0u);
-  close(client.fd[1]);
-  client.fd[1] = -1;
-  const std::string got = read_to_end(client.fd[0]);
-  worker.join();
-  EXPECT_EQ(got.size(), kPieces * piece.size() + frame("last").size());
+  read_all();
   EXPECT_EQ(resident_pages(w->bytes() + kWindowKept, kWindowBytes - kWindowKept), 0u);
 }
 
-TEST(DirectAnswer, ASlowClientIsWaitedForAndTheWindowSaysSinceWhen) {
-  auto w = make_window();
+TEST_F(SlowClient, IsWaitedForAndTheWindowSaysSinceWhen) {
   ASSERT_NE(w, nullptr);
-  Pair client;
-  Pair channel;
-  const std::string piece = frame(std::string(64 * 1024, 'p'));
-  constexpr int kPieces = 40;  // 2.5 MiB: more than the window and the socket together
-  std::thread worker([&] {
-    DirectAnswer answer(w.get(), channel.fd[1]);
-    answer.begin(client.worker_copy());
-    for (int i = 0; i < kPieces; ++i) answer.send(piece);
-    answer.finish(frame("last"));
-  });
-  long long waiting = 0;
-  for (int i = 0; i < 500 && waiting == 0; ++i) {
-    waiting = w->header().waiting_ms.load();
-    if (waiting == 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_GT(waiting, 0);
-  close(client.fd[1]);
-  client.fd[1] = -1;
-  const std::string got = read_to_end(client.fd[0]);
-  worker.join();
-  EXPECT_EQ(got.size(), kPieces * piece.size() + frame("last").size());
-  EXPECT_EQ(got.substr(got.size() - frame("last").size()), frame("last"));
+  // 2.5 MiB: more than the window and the socket together.
+  EXPECT_GT(start_worker(64 * 1024, 40), 0);
+  read_all();
   EXPECT_EQ(w->header().waiting_ms.load(), 0);
 }
 
