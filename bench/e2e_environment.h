@@ -68,9 +68,9 @@ double percentile99(const std::vector<double> &sorted);
 using Clock = std::chrono::steady_clock;
 
 // While it lives, counts what a daemon (front and workers) spends; when it goes, sets
-// daemon_cpu_us (CPU time per item: per request, or per instance for enumerations) and
-// daemon_sleeps (times its processes went to sleep waiting, per request) on state. Both move
-// far less with the machine's load than the wall clock does.
+// daemon_cpu_us (CPU time per item: per request, or per instance for enumerations), front_cpu_us
+// (the front's share of it) and daemon_sleeps (times its processes went to sleep waiting, per
+// request) on state. They move far less with the machine's load than the wall clock does.
 class DaemonCost {
  public:
   DaemonCost(benchmark::State &state, pid_t daemon, size_t items_per_request)
@@ -78,12 +78,16 @@ class DaemonCost {
         daemon_(daemon),
         items_(items_per_request),
         cpu_(daemon_cpu_ns(daemon)),
+        front_cpu_(front_cpu_ns(daemon)),
         sleeps_(daemon_sleeps(daemon)) {}
   ~DaemonCost() {
     const double requests = static_cast<double>(state_.iterations());
     if (requests <= 0) return;
-    state_.counters["daemon_cpu_us"] = static_cast<double>(daemon_cpu_ns(daemon_) - cpu_) /
-                                       1000.0 / (requests * static_cast<double>(items_));
+    const double items = requests * static_cast<double>(items_);
+    state_.counters["daemon_cpu_us"] =
+        static_cast<double>(daemon_cpu_ns(daemon_) - cpu_) / 1000.0 / items;
+    state_.counters["front_cpu_us"] =
+        static_cast<double>(front_cpu_ns(daemon_) - front_cpu_) / 1000.0 / items;
     state_.counters["daemon_sleeps"] =
         static_cast<double>(daemon_sleeps(daemon_) - sleeps_) / requests;
   }
@@ -95,6 +99,7 @@ class DaemonCost {
   pid_t daemon_;
   size_t items_;
   long long cpu_;
+  long long front_cpu_;
   long long sleeps_;
 };
 

@@ -297,6 +297,10 @@ long long sum_over_daemon(pid_t daemon, const char *file, const std::string &key
 
 long long daemon_cpu_ns(pid_t daemon) { return sum_over_daemon(daemon, "schedstat", ""); }
 
+long long front_cpu_ns(pid_t daemon) {
+  return strtoll(read_file("/proc/" + std::to_string(daemon) + "/schedstat").c_str(), nullptr, 10);
+}
+
 long long daemon_sleeps(pid_t daemon) {
   return sum_over_daemon(daemon, "status", "\nvoluntary_ctxt_switches:");
 }

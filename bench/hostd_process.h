@@ -79,6 +79,8 @@ std::vector<pid_t> child_processes(pid_t parent);
 // The CPU time (nanoseconds, /proc/<pid>/schedstat) a daemon and its children (workers) have
 // used so far; the daemon's processes are single-threaded.
 long long daemon_cpu_ns(pid_t daemon);
+// The same of the daemon's front process alone.
+long long front_cpu_ns(pid_t daemon);
 // How often a daemon and its children went to sleep waiting for something (voluntary context
 // switches, /proc/<pid>/status): each is a wake-up the request paid for.
 long long daemon_sleeps(pid_t daemon);
