@@ -3,11 +3,22 @@
 #include <charconv>
 #include <cstring>
 
+#include "json/compact_pieces.h"
+
 namespace cmpiutility {
 namespace {
 
-// Appends the quoted text of [begin, end); false when the text holds a NUL byte (jsoncpp's own
-// quoting stops there, so the caller leaves the whole document to jsoncpp).
+template <typename Number>
+void append_number(Number n, std::string *out) {
+  char digits[24];
+  const std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, n);
+  out->append(digits, r.ptr);
+}
+
+}  // namespace
+
+namespace compact {
+
 bool append_quoted(const char *begin, const char *end, std::string *out) {
   bool plain = true;
   for (const char *c = begin; c != end; ++c) {
@@ -29,11 +40,13 @@ bool append_quoted(const char *begin, const char *end, std::string *out) {
   return true;
 }
 
-template <typename Number>
-void append_number(Number n, std::string *out) {
-  char digits[24];
-  const std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, n);
-  out->append(digits, r.ptr);
+void append_unsigned(uint64_t number, std::string *out) { append_number(number, out); }
+
+void append_signed(int64_t number, std::string *out) { append_number(number, out); }
+
+void append_real(double number, std::string *out) {
+  // The stream writer's settings: 17 significant digits, no special floats.
+  out->append(Json::valueToString(number, 17, Json::PrecisionType::significantDigits));
 }
 
 bool append_value(const Json::Value &value, std::string *out) {
@@ -42,14 +55,13 @@ bool append_value(const Json::Value &value, std::string *out) {
       out->append("null");
       return true;
     case Json::intValue:
-      append_number(value.asLargestInt(), out);
+      append_signed(value.asLargestInt(), out);
       return true;
     case Json::uintValue:
-      append_number(value.asLargestUInt(), out);
+      append_unsigned(value.asLargestUInt(), out);
       return true;
     case Json::realValue:
-      // The stream writer's settings: 17 significant digits, no special floats.
-      out->append(Json::valueToString(value.asDouble(), 17, Json::PrecisionType::significantDigits));
+      append_real(value.asDouble(), out);
       return true;
     case Json::stringValue: {
       const char *begin = nullptr;
@@ -98,12 +110,12 @@ bool append_value(const Json::Value &value, std::string *out) {
   return false;
 }
 
-}  // namespace
+}  // namespace compact
 
 std::string compact_text(const Json::Value &document) {
   std::string text;
   text.reserve(1024);
-  if (append_value(document, &text)) return text;
+  if (compact::append_value(document, &text)) return text;
   return compact_text_by_jsoncpp(document);
 }
 

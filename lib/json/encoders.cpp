@@ -10,41 +10,18 @@
 #include <cstdlib>
 #include <utility>
 
-#include "heap/heap.h"
+#include "json/embedded_instance.h"
+#include "json/fetched.h"
 #include "json/key_stream.h"
 #include "log/log.h"
 
 namespace {
 
 using cmpiutility::chars_of;
+using cmpiutility::Embedded;
+using cmpiutility::Fetched;
 using cmpiutility::KeyStream;
-
-// What one get operation (property, argument, key or array element) handed out: the name string
-// and the value, both owned by the caller on this platform. Released when the scope ends: the
-// name with CMRelease, the value with cmpiReleaseCMPIValue unless its state is CMPI_nullValue.
-class Fetched {
- public:
-  Fetched(CMPIString *name, CMPIData data)
-      : name_(name), type_(data.type), state_(data.state), value_(data.value) {}
-  ~Fetched() {
-    if (name_ != nullptr) CMRelease(name_);
-    if ((state_ & CMPI_nullValue) == 0) cmpiReleaseCMPIValue(type_, &value_);
-  }
-  Fetched(const Fetched &) = delete;
-  Fetched &operator=(const Fetched &) = delete;
-
- private:
-  CMPIString *name_;
-  CMPIType type_;
-  CMPIValueState state_;
-  CMPIValue value_;
-};
-
-// A CMPI text as a JSON string; no text gives the empty string.
-Json::Value text_or_empty(const CMPIString *string) {
-  const char *chars = chars_of(string);
-  return Json::Value(chars != nullptr ? chars : "");
-}
+using cmpiutility::encode_embedded;
 
 Json::Value unsigned_value(unsigned long long number) {
   return Json::Value(static_cast<Json::UInt64>(number));
@@ -65,44 +42,6 @@ const char *key_value_text(CMPIType type, CMPIValueState state, const CMPIValue 
     default:
       return nullptr;
   }
-}
-
-enum class Embedded { kDone, kNoScratch, kNullInstance, kPropsFailed };
-
-// The embedded-instance object of inst: "RequestType" 1, "ClassName", "NameSpace", "Principal"
-// "TEMP" and, when the instance has properties, "InstanceProps" (written by getInstanceProps on
-// a scratch request record that holds only the instance). The scratch record is freed on every
-// way out. A path, namespace or class name that cannot be had is written as the empty text.
-Embedded encode_embedded(CMPIInstance *instance, Json::Value *object) {
-  ClientReq *scratch = static_cast<ClientReq *>(cmpiu_calloc(1, sizeof(ClientReq)));
-  if (scratch == nullptr) {
-    CMPIU_ERROR("Error: memallocation failed for creqInst ");
-    return Embedded::kNoScratch;
-  }
-  if (instance == nullptr) {
-    CMPIU_TRACE("instance is null ");
-    free(scratch);
-    return Embedded::kNullInstance;
-  }
-
-  Json::Value built(Json::objectValue);
-  CMPIObjectPath *path = CMGetObjectPath(instance, nullptr);
-  CMPIString *name_space = (path != nullptr) ? CMGetNameSpace(path, nullptr) : nullptr;
-  CMPIString *class_name = (path != nullptr) ? CMGetClassName(path, nullptr) : nullptr;
-  built[cmpiutility::member::kRequestType] = 1;
-  built[cmpiutility::member::kClassName] = text_or_empty(class_name);
-  built[cmpiutility::member::kNameSpace] = text_or_empty(name_space);
-  built["Principal"] = "TEMP";
-  if (class_name != nullptr) CMRelease(class_name);
-  if (name_space != nullptr) CMRelease(name_space);
-  if (path != nullptr) CMRelease(path);
-
-  scratch->CI = instance;
-  const unsigned int failed = getInstanceProps(scratch, nullptr, built) & 1u;
-  free(scratch);
-  if (failed != 0) return Embedded::kPropsFailed;
-  *object = std::move(built);
-  return Embedded::kDone;
 }
 
 // Writes reference[cmpiutility::member::kKey] from the keys of path; 0, or 1 after 'unable to get the key' (471).
