@@ -6,13 +6,13 @@
 #include <cmpimacs.h>
 #include <strings.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
 #include "json/embedded_instance.h"
 #include "json/fetched.h"
 #include "json/key_stream.h"
+#include "json/reference_keys.h"
 #include "log/log.h"
 
 namespace {
@@ -20,58 +20,18 @@ namespace {
 using cmpiutility::chars_of;
 using cmpiutility::Embedded;
 using cmpiutility::Fetched;
-using cmpiutility::KeyStream;
 using cmpiutility::encode_embedded;
 
 Json::Value unsigned_value(unsigned long long number) {
   return Json::Value(static_cast<Json::UInt64>(number));
 }
 
-// The text of a key value. Keys are read as CMPIString values (the string codes, whose value
-// member is a string object); a key of any other type holds no string object there, so it is
-// taken as a missing text and puts the key stream in its failed state instead of reading a
-// wrong pointer.
-const char *key_value_text(CMPIType type, CMPIValueState state, const CMPIValue &value) {
-  if ((state & CMPI_nullValue) != 0) return nullptr;
-  switch (type) {
-    case CMPI_string:
-    case CMPI_booleanString:
-    case CMPI_numericString:
-    case CMPI_dateTimeString:
-      return chars_of(value.string);
-    default:
-      return nullptr;
-  }
-}
-
-// Writes reference[cmpiutility::member::kKey] from the keys of path; 0, or 1 after 'unable to get the key' (471).
+// Writes reference["key"] from the keys of path; 0, or 1 after 'unable to get the key' (471).
 unsigned int write_reference_keys(CMPIObjectPath *path, Json::Value &reference) {
-  const CMPICount count = CMGetKeyCount(path, nullptr);
-  CMPIU_TRACE("count = %u", count);
-  if (count == 0) {
-    CMPIU_TRACE("INFO: No key associated with args reference'");
-    reference[cmpiutility::member::kKey] = Json::Value();
-    return 0;
-  }
-  KeyStream text;
-  for (CMPICount index = 0; index < count; ++index) {
-    CMPIString *name = nullptr;
-    CMPIStatus status = {CMPI_RC_OK, nullptr};
-    const CMPIData key = CMGetKeyAt(path, index, &name, &status);
-    const Fetched fetched(name, key);
-    if (status.rc != CMPI_RC_OK || name == nullptr) {
-      CMPIU_ERROR_AT("getCMPIArgsRef", 471, "'unable to get the key'");
-      return 1;
-    }
-    const CMPIValue value = key.value;
-    text << chars_of(name) << "=" << key_value_text(key.type, key.state, value) << ",";
-  }
-  // Every key text written is echoed on standard output; the flush stands for the end of line
-  // that peers see at once.
-  std::fputs(text.text().c_str(), stdout);
-  std::fputc('\n', stdout);
-  std::fflush(stdout);
-  reference[cmpiutility::member::kKey] = text.text();
+  std::string text;
+  bool has_keys = false;
+  if (cmpiutility::reference_key_text(path, &text, &has_keys) != 0) return 1;
+  reference[cmpiutility::member::kKey] = has_keys ? Json::Value(text) : Json::Value();
   return 0;
 }
 

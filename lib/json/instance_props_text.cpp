@@ -1,6 +1,7 @@
 #include "json/instance_props_text.h"
 
 #include <cmpimacs.h>
+#include <cmpiutility/records.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -8,13 +9,12 @@
 #include <cstring>
 #include <vector>
 
+#include "heap/heap.h"
 #include "json/compact_pieces.h"
-#include "json/compact_text.h"
 #include "json/embedded_instance.h"
-#include "json/encoders.h"
 #include "json/fetched.h"
 #include "json/key_stream.h"
-#include "json/member_names.h"
+#include "json/reference_keys.h"
 #include "log/log.h"
 
 namespace cmpiutility {
@@ -23,20 +23,11 @@ namespace {
 // The log lines name the encoders whose walk this one repeats.
 constexpr const char kProps[] = "getInstanceProps";
 constexpr const char kArray[] = "getCMPIArgsArray";
+constexpr const char kReference[] = "getCMPIArgsRef";
 
 // A C string, quoted. A C string holds no NUL before its end, so quoting cannot fail.
 void append_text(const char *text, std::string *out) {
   compact::append_quoted(text, text + std::strlen(text), out);
-}
-
-// A value built as a jsoncpp tree (a reference object, an embedded instance). Its strings all
-// come from C strings, so the compact writer writes it whole; jsoncpp's own writer stays as the
-// fallback compact_text has, and writes the same bytes for a part as within the whole document.
-void append_tree(const Json::Value &value, std::string *out) {
-  const size_t mark = out->size();
-  if (compact::append_value(value, out)) return;
-  out->resize(mark);
-  out->append(compact_text_by_jsoncpp(value));
 }
 
 // ,"Value":<v> of a scalar from its text, as getCMPIArgs decides it (same families, same order);
@@ -78,6 +69,86 @@ void append_scalar_value(CMPIType type, const char *text, std::string *out) {
     }
     return;
   }
+}
+
+// The reference object of path as getCMPIArgsRef builds it ("ClassName", "NameSpace", "key"),
+// with its log lines and the key text echoed on standard output. 0, or 1 after its error line
+// (getCMPIArgsRef's failures all fail the whole instance, so no partial object is written).
+unsigned int append_reference(CMPIObjectPath *path, std::string *out) {
+  // Released at the end, as getCMPIArgsRef releases them.
+  struct Names {
+    CMPIString *name_space = nullptr;
+    CMPIString *class_name = nullptr;
+    ~Names() {
+      if (class_name != nullptr) CMRelease(class_name);
+      if (name_space != nullptr) CMRelease(name_space);
+    }
+  } names;
+  names.name_space = (path != nullptr) ? CMGetNameSpace(path, nullptr) : nullptr;
+  if (chars_of(names.name_space) == nullptr) {
+    CMPIU_ERROR_AT(kReference, 442, "'namespace is NULL'");
+    return 1;
+  }
+  names.class_name = CMGetClassName(path, nullptr);
+  if (chars_of(names.class_name) == nullptr) {
+    CMPIU_ERROR_AT(kReference, 445, "'classname is NULL'");
+    return 1;
+  }
+  std::string keys;
+  bool has_keys = false;
+  if (reference_key_text(path, &keys, &has_keys) != 0) return 1;
+  out->append("{\"ClassName\":");
+  append_text(chars_of(names.class_name), out);
+  out->append(",\"NameSpace\":");
+  append_text(chars_of(names.name_space), out);
+  out->append(",\"key\":");
+  if (has_keys) {
+    compact::append_quoted(keys.data(), keys.data() + keys.size(), out);
+  } else {
+    out->append("null");
+  }
+  out->push_back('}');
+  return 0;
+}
+
+// The embedded-instance object of instance, step for step as encode_embedded builds it: the
+// scratch request record is allocated and freed the same way (its allocation is where the walk
+// can be made to stop), the object path, namespace and class name are read and released in the
+// same order, and the properties come from append_instance_props. On anything but kDone the
+// text appended so far is for the caller to drop.
+Embedded append_embedded(CMPIInstance *instance, std::string *out) {
+  void *scratch = cmpiu_calloc(1, sizeof(ClientReq));
+  if (scratch == nullptr) {
+    CMPIU_ERROR("Error: memallocation failed for creqInst ");
+    return Embedded::kNoScratch;
+  }
+  free(scratch);  // only its allocation matters here: the walk reads the instance directly
+  if (instance == nullptr) {
+    CMPIU_TRACE("instance is null ");
+    return Embedded::kNullInstance;
+  }
+  CMPIObjectPath *path = CMGetObjectPath(instance, nullptr);
+  CMPIString *name_space = (path != nullptr) ? CMGetNameSpace(path, nullptr) : nullptr;
+  CMPIString *class_name = (path != nullptr) ? CMGetClassName(path, nullptr) : nullptr;
+  const char *class_text = chars_of(class_name);
+  const char *name_space_text = chars_of(name_space);
+  out->append("{\"ClassName\":");
+  append_text(class_text != nullptr ? class_text : "", out);
+  // The tail is written now, while the texts are held; it is put in place after the properties.
+  std::string tail(",\"NameSpace\":");
+  append_text(name_space_text != nullptr ? name_space_text : "", &tail);
+  tail.append(",\"Principal\":\"TEMP\",\"RequestType\":1}");
+  if (class_name != nullptr) CMRelease(class_name);
+  if (name_space != nullptr) CMRelease(name_space);
+  if (path != nullptr) CMRelease(path);
+
+  const size_t before_props = out->size();
+  out->append(",\"InstanceProps\":");
+  const PropsOutcome props = append_instance_props(instance, out);
+  if (!props.written) out->resize(before_props);
+  if ((props.result & 1) != 0) return Embedded::kPropsFailed;
+  out->append(tail);
+  return Embedded::kDone;
 }
 
 // ,"Value":[...] of an array, element by element as getCMPIArgsArray walks it, with its log
@@ -125,11 +196,9 @@ unsigned int append_array_value(CMPIArray *array, std::string *out) {
       free(text);
       continue;
     }
-    Json::Value embedded;
-    switch (encode_embedded(value.inst, &embedded)) {
+    open_entry();
+    switch (append_embedded(value.inst, out)) {
       case Embedded::kDone:
-        open_entry();
-        append_tree(embedded, out);
         break;
       case Embedded::kNoScratch:
         return 1;
@@ -242,8 +311,8 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
     const CMPIType type = data.type;
     const CMPIValue value = data.value;
     if (type == CMPI_instance) {
-      Json::Value embedded;
-      switch (encode_embedded(value.inst, &embedded)) {
+      out->append("{\"CMPIInstance\":");
+      switch (append_embedded(value.inst, out)) {
         case Embedded::kDone:
           break;
         case Embedded::kNoScratch:
@@ -255,8 +324,6 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
           out->resize(entry);
           return {1, false};
       }
-      out->append("{\"CMPIInstance\":");
-      append_tree(embedded, out);
       append_state_and_type(data, out);
       stopped_result = 0;
     } else {
@@ -265,14 +332,12 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
       out->append(",\"DataType\":");
       compact::append_unsigned(type, out);
       if (type == CMPI_ref) {
-        Json::Value value_object(Json::objectValue);
-        if (getCMPIArgsRef(data, value_object) != 0) {
+        out->append(",\"Value\":");
+        if (append_reference(value.ref, out) != 0) {
           CMPIU_ERROR_AT(kProps, 540, "'getCMPIArgsRef failed'");
           out->resize(entry);
           return {1, false};
         }
-        out->append(",\"Value\":");
-        append_tree(value_object[member::kValue], out);
         stopped_result = 0;
       } else if ((type & CMPI_ARRAY) != 0) {
         if (value.array == nullptr) {

@@ -9,11 +9,10 @@
 // same log lines under the same function names ("getInstanceProps", and "getCMPIArgsArray" for
 // the elements of arrays), the same text on standard output for references.
 //
-// References and embedded instances are not written by hand: their value is built by the tree
-// encoders themselves (getCMPIArgsRef, encode_embedded), which is what keeps their intricate
-// outcomes (partial reference objects, the key text echoed to standard output, the recursion into
-// embedded instances and its scratch records) identical, and that small tree is then written by
-// the compact writer.
+// References and embedded instances are written the same way, each as its encoder builds it
+// (getCMPIArgsRef: the key text comes from the same reference_key_text, echo on standard output
+// included; encode_embedded: the scratch request record is still allocated, so the walk stops
+// where it stops today when that allocation fails). jsoncpp is not used at all.
 #ifndef CMPIUTILITY_JSON_INSTANCE_PROPS_TEXT_H
 #define CMPIUTILITY_JSON_INSTANCE_PROPS_TEXT_H
 
