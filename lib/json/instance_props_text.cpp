@@ -54,7 +54,9 @@ void append_scalar_value(CMPIType type, const char *text, std::string *out) {
     return;
   }
   if ((type & CMPI_SIMPLE) != 0) {
-    if (type == CMPI_boolean) out->append(strcasecmp(text, "true") == 0 ? ",\"Value\":1" : ",\"Value\":0");
+    if (type == CMPI_boolean) {
+      out->append(strcasecmp(text, "true") == 0 ? ",\"Value\":1" : ",\"Value\":0");
+    }
     return;
   }
   if ((type & CMPI_INTEGER) != 0) {
