@@ -1,6 +1,7 @@
 #include "json/compact_text.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 #include "json/compact_pieces.h"
@@ -12,8 +13,19 @@ template <typename Number>
 void append_number(Number n, std::string *out) {
   char digits[24];
   const std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, n);
-  out->append(digits, r.ptr);
+  // By length: the iterator-range append goes through the general replace path.
+  out->append(digits, static_cast<size_t>(r.ptr - digits));
 }
+
+// The bytes a string cannot hold as they are: control characters, '"', '\\' and everything
+// outside printable ASCII (jsoncpp writes those as escapes).
+struct EscapedBytes {
+  bool needs[256];
+  constexpr EscapedBytes() : needs() {
+    for (int u = 0; u < 256; ++u) needs[u] = u < 0x20 || u > 0x7E || u == '"' || u == '\\';
+  }
+};
+constexpr EscapedBytes kEscaped;
 
 }  // namespace
 
@@ -22,15 +34,14 @@ namespace compact {
 bool append_quoted(const char *begin, const char *end, std::string *out) {
   bool plain = true;
   for (const char *c = begin; c != end; ++c) {
-    const unsigned char u = static_cast<unsigned char>(*c);
-    if (u < 0x20 || u > 0x7E || u == '"' || u == '\\') {
+    if (kEscaped.needs[static_cast<unsigned char>(*c)]) {
       plain = false;
       break;
     }
   }
   if (plain) {
     out->push_back('"');
-    out->append(begin, end);
+    out->append(begin, static_cast<size_t>(end - begin));
     out->push_back('"');
     return true;
   }
@@ -45,8 +56,22 @@ void append_unsigned(uint64_t number, std::string *out) { append_number(number, 
 void append_signed(int64_t number, std::string *out) { append_number(number, out); }
 
 void append_real(double number, std::string *out) {
-  // The stream writer's settings: 17 significant digits, no special floats.
-  out->append(Json::valueToString(number, 17, Json::PrecisionType::significantDigits));
+  if (!std::isfinite(number)) {
+    // The stream writer's settings: no special floats (null, 1e+9999, -1e+9999).
+    out->append(Json::valueToString(number, 17, Json::PrecisionType::significantDigits));
+    return;
+  }
+  // What jsoncpp writes for a finite real: printf's %.17g, which to_chars with the general
+  // format and a precision of 17 is defined to match, plus ".0" when the text shows neither a
+  // point nor an exponent (so that it reads back as a real).
+  char digits[40];
+  const std::to_chars_result r =
+      std::to_chars(digits, digits + sizeof digits, number, std::chars_format::general, 17);
+  const size_t length = static_cast<size_t>(r.ptr - digits);
+  out->append(digits, length);
+  if (std::memchr(digits, '.', length) == nullptr && std::memchr(digits, 'e', length) == nullptr) {
+    out->append(".0");
+  }
 }
 
 bool append_value(const Json::Value &value, std::string *out) {
