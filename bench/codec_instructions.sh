@@ -29,7 +29,11 @@ per_call() {
       if ($0 ~ callee) {
         for (i = 1; i <= n; i++) {
           l = lines[i]; ir = l; sub(/^ */, "", ir); sub(/ .*/, "", ir); gsub(",", "", ir)
-          if (match(l, /\([0-9]+x\)/)) { total += ir; calls += substr(l, RSTART + 1, RLENGTH - 3) }
+          # Call counts of 1,000 and more are written with commas.
+          if (match(l, /\([0-9,]+x\)/)) {
+            c = substr(l, RSTART + 1, RLENGTH - 3); gsub(",", "", c)
+            total += ir; calls += c
+          }
         }
         if (calls > 0) { printf "%.0f\n", total / calls; exit }
       }
@@ -62,7 +66,7 @@ for n in 10 100; do
   # The floor parses once per iteration: its parses count its iterations.
   callgrind_annotate --inclusive=yes --tree=caller "$work/DeserializeFloor.$n" \
     >"$work/floor.tree" 2>/dev/null
-  calls=$(awk '/< .*DeserializeFloor\(benchmark/ { if (match($0, /\([0-9]+x\)/)) { c = substr($0, RSTART + 1, RLENGTH - 3) } }
+  calls=$(awk '/< .*DeserializeFloor\(benchmark/ { if (match($0, /\([0-9,]+x\)/)) { c = substr($0, RSTART + 1, RLENGTH - 3); gsub(",", "", c) } }
          /\*  .*OurCharReader::parse/ { print c; exit }' "$work/floor.tree")
   floor=$(awk -v a="$whole" -v b="$calls" 'BEGIN { printf "%.0f", a / b }')
   printf '| deserializeResp | %s | %s | %s | %s |\n' "$n" "$lib" "$floor" \

@@ -1,25 +1,47 @@
 #include "json/compact_text.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstring>
+
+#include "json/compact_pieces.h"
 
 namespace cmpiutility {
 namespace {
 
-// Appends the quoted text of [begin, end); false when the text holds a NUL byte (jsoncpp's own
-// quoting stops there, so the caller leaves the whole document to jsoncpp).
+template <typename Number>
+void append_number(Number n, std::string *out) {
+  char digits[24];
+  const std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, n);
+  // By length: the iterator-range append goes through the general replace path.
+  out->append(digits, static_cast<size_t>(r.ptr - digits));
+}
+
+// The bytes a string cannot hold as they are: control characters, '"', '\\' and everything
+// outside printable ASCII (jsoncpp writes those as escapes).
+struct EscapedBytes {
+  bool needs[256];
+  constexpr EscapedBytes() : needs() {
+    for (int u = 0; u < 256; ++u) needs[u] = u < 0x20 || u > 0x7E || u == '"' || u == '\\';
+  }
+};
+constexpr EscapedBytes kEscaped;
+
+}  // namespace
+
+namespace compact {
+
 bool append_quoted(const char *begin, const char *end, std::string *out) {
   bool plain = true;
   for (const char *c = begin; c != end; ++c) {
-    const unsigned char u = static_cast<unsigned char>(*c);
-    if (u < 0x20 || u > 0x7E || u == '"' || u == '\\') {
+    if (kEscaped.needs[static_cast<unsigned char>(*c)]) {
       plain = false;
       break;
     }
   }
   if (plain) {
     out->push_back('"');
-    out->append(begin, end);
+    out->append(begin, static_cast<size_t>(end - begin));
     out->push_back('"');
     return true;
   }
@@ -29,11 +51,27 @@ bool append_quoted(const char *begin, const char *end, std::string *out) {
   return true;
 }
 
-template <typename Number>
-void append_number(Number n, std::string *out) {
-  char digits[24];
-  const std::to_chars_result r = std::to_chars(digits, digits + sizeof digits, n);
-  out->append(digits, r.ptr);
+void append_unsigned(uint64_t number, std::string *out) { append_number(number, out); }
+
+void append_signed(int64_t number, std::string *out) { append_number(number, out); }
+
+void append_real(double number, std::string *out) {
+  if (!std::isfinite(number)) {
+    // The stream writer's settings: no special floats (null, 1e+9999, -1e+9999).
+    out->append(Json::valueToString(number, 17, Json::PrecisionType::significantDigits));
+    return;
+  }
+  // What jsoncpp writes for a finite real: printf's %.17g, which to_chars with the general
+  // format and a precision of 17 is defined to match, plus ".0" when the text shows neither a
+  // point nor an exponent (so that it reads back as a real).
+  char digits[40];
+  const std::to_chars_result r =
+      std::to_chars(digits, digits + sizeof digits, number, std::chars_format::general, 17);
+  const size_t length = static_cast<size_t>(r.ptr - digits);
+  out->append(digits, length);
+  if (std::memchr(digits, '.', length) == nullptr && std::memchr(digits, 'e', length) == nullptr) {
+    out->append(".0");
+  }
 }
 
 bool append_value(const Json::Value &value, std::string *out) {
@@ -42,14 +80,13 @@ bool append_value(const Json::Value &value, std::string *out) {
       out->append("null");
       return true;
     case Json::intValue:
-      append_number(value.asLargestInt(), out);
+      append_signed(value.asLargestInt(), out);
       return true;
     case Json::uintValue:
-      append_number(value.asLargestUInt(), out);
+      append_unsigned(value.asLargestUInt(), out);
       return true;
     case Json::realValue:
-      // The stream writer's settings: 17 significant digits, no special floats.
-      out->append(Json::valueToString(value.asDouble(), 17, Json::PrecisionType::significantDigits));
+      append_real(value.asDouble(), out);
       return true;
     case Json::stringValue: {
       const char *begin = nullptr;
@@ -98,12 +135,12 @@ bool append_value(const Json::Value &value, std::string *out) {
   return false;
 }
 
-}  // namespace
+}  // namespace compact
 
 std::string compact_text(const Json::Value &document) {
   std::string text;
   text.reserve(1024);
-  if (append_value(document, &text)) return text;
+  if (compact::append_value(document, &text)) return text;
   return compact_text_by_jsoncpp(document);
 }
 

@@ -6,133 +6,32 @@
 #include <cmpimacs.h>
 #include <strings.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
-#include "heap/heap.h"
+#include "json/embedded_instance.h"
+#include "json/fetched.h"
 #include "json/key_stream.h"
+#include "json/reference_keys.h"
 #include "log/log.h"
 
 namespace {
 
 using cmpiutility::chars_of;
-using cmpiutility::KeyStream;
-
-// What one get operation (property, argument, key or array element) handed out: the name string
-// and the value, both owned by the caller on this platform. Released when the scope ends: the
-// name with CMRelease, the value with cmpiReleaseCMPIValue unless its state is CMPI_nullValue.
-class Fetched {
- public:
-  Fetched(CMPIString *name, CMPIData data)
-      : name_(name), type_(data.type), state_(data.state), value_(data.value) {}
-  ~Fetched() {
-    if (name_ != nullptr) CMRelease(name_);
-    if ((state_ & CMPI_nullValue) == 0) cmpiReleaseCMPIValue(type_, &value_);
-  }
-  Fetched(const Fetched &) = delete;
-  Fetched &operator=(const Fetched &) = delete;
-
- private:
-  CMPIString *name_;
-  CMPIType type_;
-  CMPIValueState state_;
-  CMPIValue value_;
-};
-
-// A CMPI text as a JSON string; no text gives the empty string.
-Json::Value text_or_empty(const CMPIString *string) {
-  const char *chars = chars_of(string);
-  return Json::Value(chars != nullptr ? chars : "");
-}
+using cmpiutility::Embedded;
+using cmpiutility::Fetched;
+using cmpiutility::encode_embedded;
 
 Json::Value unsigned_value(unsigned long long number) {
   return Json::Value(static_cast<Json::UInt64>(number));
 }
 
-// The text of a key value. Keys are read as CMPIString values (the string codes, whose value
-// member is a string object); a key of any other type holds no string object there, so it is
-// taken as a missing text and puts the key stream in its failed state instead of reading a
-// wrong pointer.
-const char *key_value_text(CMPIType type, CMPIValueState state, const CMPIValue &value) {
-  if ((state & CMPI_nullValue) != 0) return nullptr;
-  switch (type) {
-    case CMPI_string:
-    case CMPI_booleanString:
-    case CMPI_numericString:
-    case CMPI_dateTimeString:
-      return chars_of(value.string);
-    default:
-      return nullptr;
-  }
-}
-
-enum class Embedded { kDone, kNoScratch, kNullInstance, kPropsFailed };
-
-// The embedded-instance object of inst: "RequestType" 1, "ClassName", "NameSpace", "Principal"
-// "TEMP" and, when the instance has properties, "InstanceProps" (written by getInstanceProps on
-// a scratch request record that holds only the instance). The scratch record is freed on every
-// way out. A path, namespace or class name that cannot be had is written as the empty text.
-Embedded encode_embedded(CMPIInstance *instance, Json::Value *object) {
-  ClientReq *scratch = static_cast<ClientReq *>(cmpiu_calloc(1, sizeof(ClientReq)));
-  if (scratch == nullptr) {
-    CMPIU_ERROR("Error: memallocation failed for creqInst ");
-    return Embedded::kNoScratch;
-  }
-  if (instance == nullptr) {
-    CMPIU_TRACE("instance is null ");
-    free(scratch);
-    return Embedded::kNullInstance;
-  }
-
-  Json::Value built(Json::objectValue);
-  CMPIObjectPath *path = CMGetObjectPath(instance, nullptr);
-  CMPIString *name_space = (path != nullptr) ? CMGetNameSpace(path, nullptr) : nullptr;
-  CMPIString *class_name = (path != nullptr) ? CMGetClassName(path, nullptr) : nullptr;
-  built[cmpiutility::member::kRequestType] = 1;
-  built[cmpiutility::member::kClassName] = text_or_empty(class_name);
-  built[cmpiutility::member::kNameSpace] = text_or_empty(name_space);
-  built["Principal"] = "TEMP";
-  if (class_name != nullptr) CMRelease(class_name);
-  if (name_space != nullptr) CMRelease(name_space);
-  if (path != nullptr) CMRelease(path);
-
-  scratch->CI = instance;
-  const unsigned int failed = getInstanceProps(scratch, nullptr, built) & 1u;
-  free(scratch);
-  if (failed != 0) return Embedded::kPropsFailed;
-  *object = std::move(built);
-  return Embedded::kDone;
-}
-
-// Writes reference[cmpiutility::member::kKey] from the keys of path; 0, or 1 after 'unable to get the key' (471).
+// Writes reference["key"] from the keys of path; 0, or 1 after 'unable to get the key' (471).
 unsigned int write_reference_keys(CMPIObjectPath *path, Json::Value &reference) {
-  const CMPICount count = CMGetKeyCount(path, nullptr);
-  CMPIU_TRACE("count = %u", count);
-  if (count == 0) {
-    CMPIU_TRACE("INFO: No key associated with args reference'");
-    reference[cmpiutility::member::kKey] = Json::Value();
-    return 0;
-  }
-  KeyStream text;
-  for (CMPICount index = 0; index < count; ++index) {
-    CMPIString *name = nullptr;
-    CMPIStatus status = {CMPI_RC_OK, nullptr};
-    const CMPIData key = CMGetKeyAt(path, index, &name, &status);
-    const Fetched fetched(name, key);
-    if (status.rc != CMPI_RC_OK || name == nullptr) {
-      CMPIU_ERROR_AT("getCMPIArgsRef", 471, "'unable to get the key'");
-      return 1;
-    }
-    const CMPIValue value = key.value;
-    text << chars_of(name) << "=" << key_value_text(key.type, key.state, value) << ",";
-  }
-  // Every key text written is echoed on standard output; the flush stands for the end of line
-  // that peers see at once.
-  std::fputs(text.text().c_str(), stdout);
-  std::fputc('\n', stdout);
-  std::fflush(stdout);
-  reference[cmpiutility::member::kKey] = text.text();
+  std::string text;
+  bool has_keys = false;
+  if (cmpiutility::reference_key_text(path, &text, &has_keys) != 0) return 1;
+  reference[cmpiutility::member::kKey] = has_keys ? Json::Value(text) : Json::Value();
   return 0;
 }
 

@@ -28,6 +28,19 @@ int createConstClass(ServerResp *response, const Json::Value &document);
 
 namespace cmpiutility {
 
+// How serializeResponse writes the document of an instance-bearing answer (ENUMINST,
+// ASSOCIATORS, EXECQUERY, and GETINST with a good status).
+enum class InstanceWriter {
+  kDirect,  // straight from the instance into the text (json/instance_props_text.h)
+  kTree,    // as a jsoncpp document (getInstanceProps) written by compact_text
+};
+
+// serializeResponse with the instance-bearing answers written by the given writer. Both writers
+// produce the same frames, return the same results and log the same lines; serializeResponse
+// uses kDirect, and kTree is kept as the reference the tests hold kDirect to.
+int serialize_response(ServerResp *response, char *fixedBuffer, char **methodBuffer,
+                       uint32_t *length, void **buffer, InstanceWriter writer);
+
 // The return code of a status as the 32-bit number it travels as. Peers may send any 32-bit
 // code, also ones the CMPIrc enumeration does not list, so the code is moved as raw bits and
 // never loaded through the enumeration type.

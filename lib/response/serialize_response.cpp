@@ -7,8 +7,10 @@
 #include <string>
 
 #include "heap/heap.h"
+#include "json/compact_pieces.h"
 #include "json/compact_text.h"
 #include "json/encoders.h"
+#include "json/instance_props_text.h"
 #include "json/member_names.h"
 #include "json/key_stream.h"
 #include "json/key_text.h"
@@ -27,6 +29,9 @@ constexpr const char kClassProps[] = "getConstClassProps";
 
 // Text, "CMPI_EOF", NUL and some slack.
 constexpr uint32_t kFrameSlack = 12;
+
+// What the text of one instance is given to start with; a Demo_Fan takes about 2 KiB.
+constexpr size_t kInstanceTextReserve = 4096;
 
 // What this call obtained from the object library; it goes back on every way out.
 struct Obtained {
@@ -52,10 +57,9 @@ struct InstanceLines {
   int properties;
 };
 
-// Writes "ClassName" and "NameSpace" from path. False after the namespace or class-name line
-// (a missing path has neither).
-bool write_names(CMPIObjectPath *path, Obtained &got, Json::Value &document, int ns_line,
-                 int cn_line) {
+// Obtains the namespace and class name of path into got. False after the namespace or
+// class-name line (a missing path has neither).
+bool obtain_names(CMPIObjectPath *path, Obtained &got, int ns_line, int cn_line) {
   got.name_space = (path != nullptr) ? CMGetNameSpace(path, nullptr) : nullptr;
   if (chars_of(got.name_space) == nullptr) {
     CMPIU_ERROR_AT(kSerialize, ns_line, "'namespace is NULL'");
@@ -66,26 +70,69 @@ bool write_names(CMPIObjectPath *path, Obtained &got, Json::Value &document, int
     CMPIU_ERROR_AT(kSerialize, cn_line, "'classname is NULL'");
     return false;
   }
+  return true;
+}
+
+// Writes "ClassName" and "NameSpace" from path. False after the namespace or class-name line.
+bool write_names(CMPIObjectPath *path, Obtained &got, Json::Value &document, int ns_line,
+                 int cn_line) {
+  if (!obtain_names(path, got, ns_line, cn_line)) return false;
   document[cmpiutility::member::kClassName] = chars_of(got.class_name);
   document[cmpiutility::member::kNameSpace] = chars_of(got.name_space);
   return true;
 }
 
-// One instance of a result: the names of its object path and its properties. A record without an
-// instance has no object path either.
-bool write_instance(ServerResp *response, Obtained &got, Json::Value &document,
-                    const InstanceLines &lines) {
+// The object path of the record's instance into got. False after the 'Object Path issue' line;
+// a record without an instance has no object path either.
+bool obtain_path(ServerResp *response, Obtained &got, int line) {
   CMPIStatus status = {CMPI_RC_OK, nullptr};
   if (response->instance != nullptr) got.path = CMGetObjectPath(response->instance, &status);
   if (got.path == nullptr || status_code(status) != 0) {
-    CMPIU_ERROR_AT(kSerialize, lines.path, "'Object Path issue'");
+    CMPIU_ERROR_AT(kSerialize, line, "'Object Path issue'");
     return false;
   }
+  return true;
+}
+
+// One instance of a result, into the document: the names of its object path and its
+// properties.
+bool write_instance(ServerResp *response, Obtained &got, Json::Value &document,
+                    const InstanceLines &lines) {
+  if (!obtain_path(response, got, lines.path)) return false;
   if (!write_names(got.path, got, document, lines.name_space, lines.class_name)) return false;
   if ((getInstanceProps(nullptr, response, document) & 1) != 0) {
     CMPIU_ERROR_AT(kSerialize, lines.properties, "'getInstanceProps failed'");
     return false;
   }
+  return true;
+}
+
+// The whole document of one instance of a result, written as text straight from the instance:
+// the bytes compact_text writes for the document write_instance builds (members in jsoncpp's
+// order: "ClassName", "InstanceProps", "NameSpace", "RequestType"), with the same CMPI calls and
+// log lines. False after the same lines as write_instance.
+bool write_instance_text(ServerResp *response, Obtained &got, std::string *text,
+                         const InstanceLines &lines) {
+  if (!obtain_path(response, got, lines.path)) return false;
+  if (!obtain_names(got.path, got, lines.name_space, lines.class_name)) return false;
+  text->append("{\"ClassName\":");
+  const char *class_name = chars_of(got.class_name);
+  cmpiutility::compact::append_quoted(class_name, class_name + strlen(class_name), text);
+  const size_t before_props = text->size();
+  text->append(",\"InstanceProps\":");
+  const cmpiutility::PropsOutcome props =
+      cmpiutility::append_instance_props(response->instance, text);
+  if (!props.written) text->resize(before_props);
+  if ((props.result & 1) != 0) {
+    CMPIU_ERROR_AT(kSerialize, lines.properties, "'getInstanceProps failed'");
+    return false;
+  }
+  text->append(",\"NameSpace\":");
+  const char *name_space = chars_of(got.name_space);
+  cmpiutility::compact::append_quoted(name_space, name_space + strlen(name_space), text);
+  text->append(",\"RequestType\":");
+  cmpiutility::compact::append_unsigned(static_cast<uint32_t>(response->type), text);
+  text->push_back('}');
   return true;
 }
 
@@ -120,12 +167,29 @@ bool framed_block(const std::string &text, uint32_t cap, char **out, uint32_t *l
 }
 
 // The general buffer: sized to the text (a 32-bit size bounds it).
-int general_buffer(const Json::Value &document, void **buffer, uint32_t *length, int line) {
+int general_buffer(const std::string &text, void **buffer, uint32_t *length, int line) {
   char *block = nullptr;
-  const bool framed =
-      framed_block(cmpiutility::compact_text(document), UINT32_MAX, &block, length, line);
+  const bool framed = framed_block(text, UINT32_MAX, &block, length, line);
   *buffer = block;
   return framed ? 0 : 1;
+}
+
+int general_buffer(const Json::Value &document, void **buffer, uint32_t *length, int line) {
+  return general_buffer(cmpiutility::compact_text(document), buffer, length, line);
+}
+
+// One instance of a result into the general buffer, its document written by the chosen writer.
+int instance_buffer(ServerResp *response, Obtained &got, Json::Value &document,
+                    const InstanceLines &lines, cmpiutility::InstanceWriter writer,
+                    void **buffer, uint32_t *length, int buffer_line) {
+  if (writer == cmpiutility::InstanceWriter::kTree) {
+    if (!write_instance(response, got, document, lines)) return 1;
+    return general_buffer(document, buffer, length, buffer_line);
+  }
+  std::string text;
+  text.reserve(kInstanceTextReserve);
+  if (!write_instance_text(response, got, &text, lines)) return 1;
+  return general_buffer(text, buffer, length, buffer_line);
 }
 
 // The method buffer: sized to the text, but never beyond MAX_METHOD_RESPONSE bytes; a longer
@@ -199,9 +263,15 @@ int getConstClassProps(ServerResp *response, Json::Value &document) {
 
 extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char **methodBuffer,
                                  uint32_t *length, void **buffer) {
-  CMPIU_TRACE_FUNCTION();
+  return cmpiutility::serialize_response(response, fixedBuffer, methodBuffer, length, buffer,
+                                         cmpiutility::InstanceWriter::kDirect);
+}
+
+int cmpiutility::serialize_response(ServerResp *response, char *fixedBuffer, char **methodBuffer,
+                                    uint32_t *length, void **buffer, InstanceWriter writer) {
+  const cmpiutility::ScopedTrace trace(kSerialize);
   if (response == nullptr) {
-    CMPIU_ERROR_AT(__func__, 2621, "'invalid response'");
+    CMPIU_ERROR_AT(kSerialize, 2621, "'invalid response'");
     return 1;
   }
   Json::Value document(Json::objectValue);
@@ -213,12 +283,12 @@ extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char *
     case ASSOCIATORS:
     case EXECQUERY:
       // The status of a result-set member is not carried.
-      if (!write_instance(response, got, document, {2632, 2636, 2639, 2644})) return 1;
-      return general_buffer(document, buffer, length, 2652);
+      return instance_buffer(response, got, document, {2632, 2636, 2639, 2644}, writer, buffer,
+                             length, 2652);
     case ENUMINSTNAMES:
       if (!write_names(response->objectPath, got, document, 2740, 2743)) return 1;
       if (getCMKey(nullptr, response, document) != 0) {
-        CMPIU_ERROR_AT(__func__, 2748, "'getCMKey failed'");
+        CMPIU_ERROR_AT(kSerialize, 2748, "'getCMKey failed'");
         return 1;
       }
       return general_buffer(document, buffer, length, 2755);
@@ -227,8 +297,8 @@ extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char *
         write_status(response->status, document, "GetInstStatus", "GetInstStatusMsg");
         return general_buffer(document, buffer, length, 2670);
       }
-      if (!write_instance(response, got, document, {2679, 2683, 2686, 2691})) return 1;
-      return general_buffer(document, buffer, length, 2698);
+      return instance_buffer(response, got, document, {2679, 2683, 2686, 2691}, writer, buffer,
+                             length, 2698);
     case MODIFYINST:
     case DELETEINST:
       write_status(response->status, document, "SetInstStatus", "SetInstStatusMsg");
@@ -237,7 +307,7 @@ extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char *
     case INVOKEMETHOD:
       document["RetVal"] = Json::UInt(response->retType);
       if ((getArgs(nullptr, response, document) & 1) != 0) {
-        CMPIU_ERROR_AT(__func__, 2773, "'getArgs failed'");
+        CMPIU_ERROR_AT(kSerialize, 2773, "'getArgs failed'");
         return 1;
       }
       return method_buffer(document, methodBuffer, length, 2785);
@@ -246,7 +316,7 @@ extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char *
       if (response->objectPath != nullptr) {
         if (!write_names(response->objectPath, got, document, 2796, 2799)) return 1;
         if (getCMKey(nullptr, response, document) != 0) {
-          CMPIU_ERROR_AT(__func__, 2804, "'getCMKey failed'");
+          CMPIU_ERROR_AT(kSerialize, 2804, "'getCMKey failed'");
           return 1;
         }
       }
@@ -259,7 +329,7 @@ extern "C" int serializeResponse(ServerResp *response, char *fixedBuffer, char *
         return general_buffer(document, buffer, length, 2716);
       }
       if (getConstClassProps(response, document) != 0) {
-        CMPIU_ERROR_AT(__func__, 2724, "'getConstClassProps failed'");
+        CMPIU_ERROR_AT(kSerialize, 2724, "'getConstClassProps failed'");
         return 1;
       }
       return general_buffer(document, buffer, length, 2731);

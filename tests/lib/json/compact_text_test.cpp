@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -93,6 +95,29 @@ TEST(CompactText, RealsWithSeventeenDigits) {
     SCOPED_TRACE(r);
     expect_same(doc);
   }
+}
+
+// Reals are written without jsoncpp's formatting call: every bit pattern of a double, the
+// widened single-precision values the encoders write, and whole numbers (which gain ".0"), each
+// as jsoncpp writes it.
+TEST(CompactText, RealsOfEveryMagnitudeAsJsoncppWritesThem) {
+  std::mt19937_64 rng(20261124);
+  Json::Value doc(Json::arrayValue);
+  for (int i = 0; i < 20000; ++i) {
+    const uint64_t bits = rng();
+    double d;
+    std::memcpy(&d, &bits, sizeof d);
+    doc.append(d);
+    const uint32_t narrow = static_cast<uint32_t>(bits >> 32);
+    float f;
+    std::memcpy(&f, &narrow, sizeof f);
+    doc.append(static_cast<double>(f));
+    doc.append(static_cast<double>(static_cast<int64_t>(bits) >> (bits % 64)));
+  }
+  for (double whole : {100.0, -7.0, 1e15, 1e16, 1e17, 12345678901234567.0, 4294967296.0}) {
+    doc.append(whole);
+  }
+  EXPECT_EQ(compact_text(doc), compact_text_by_jsoncpp(doc));
 }
 
 // Documents of random shape and content, the same from both writers.
