@@ -8,8 +8,8 @@
 //   Garbled    protocol_error(400, "request-not-well-formed")
 //   Slow       waits 300 ms, then "slow" whole
 // The methods named in at_once are declared answered at once (CimService::answers_at_once), the
-// others streamed. It records the calls it served, the thread each ran on, how many have returned, and the
-// largest number of bytes the pipe held at once.
+// others streamed. It records the calls it served, the thread each ran on, how many have
+// returned, and the largest number of bytes the pipe held at once.
 #ifndef CMPI_WBEMD_HTTP_TEST_CANNED_SERVICE_H
 #define CMPI_WBEMD_HTTP_TEST_CANNED_SERVICE_H
 
