@@ -1,13 +1,14 @@
 // answer_producer.h - the thread that runs CimService::serve() for the answers of one
 // connection.
 //
-// serve() must run beside the HTTP side, which reads its answer out of an AnswerPipe while it is
-// being written (answer_pipe.h). Rather than a new thread per request, each connection keeps one
-// producer: its thread starts with the first answer the connection needs and waits, between
-// answers, for the next one; it ends when the producer is destroyed (the connection closed and
-// the last answer released it, see http_server.cpp). A connection serves one request at a time,
-// so one thread per connection is enough; it costs a thread start per connection instead of one
-// per request.
+// A streamed answer's serve() must run beside the HTTP side, which reads the answer out of an
+// AnswerPipe while it is being written (answer_pipe.h). Rather than a new thread per request,
+// each connection keeps one producer: its thread starts with the connection's first streamed
+// answer and waits, between answers, for the next one; it ends when the producer is destroyed
+// (the connection closed and the last answer released it, see http_server.cpp). A connection
+// serves one request at a time, so one thread per connection is enough; it costs a thread start
+// per connection instead of one per request. (Answers held whole do not need it: they are made
+// on the connection's own thread, CimService::answers_at_once.)
 //
 // The producer runs one answer at a time: start() hands it a call and a pipe, and serve_into()
 // runs with them. Neither the call nor the pipe is owned: both must stay alive until
@@ -39,8 +40,8 @@ class AnswerProducer {
   AnswerProducer(const AnswerProducer &) = delete;
   AnswerProducer &operator=(const AnswerProducer &) = delete;
 
-  // Runs service.serve(call, pipe) on the producer's thread (started on first use), after the
-  // previous answer has ended. false when the thread cannot be started (nothing runs then).
+  // Runs serve_into(service, call, pipe) on the producer's thread (started on first use), after
+  // the previous answer has ended. false when the thread cannot be started (nothing runs then).
   bool start(const CimCall &call, AnswerPipe &pipe);
 
   // Blocks until the answer started last has left serve() and the producer no longer touches

@@ -9,11 +9,11 @@
 #include <pwd.h>
 
 #include <chrono>
-#include <memory>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -48,9 +48,9 @@ struct Connection {
   // The local user owning the client's end, once looked up (trusted local peers only; the
   // owner of a socket does not change while it is open).
   std::string local_user;
-  // The thread that runs serve() for this connection's answers, made with its first answer
-  // (answer_producer.h). A streamed answer shares it until the answer is released, which may
-  // be after the connection is gone; the thread ends with the last owner.
+  // The thread that runs serve() for this connection's streamed answers, made with the first
+  // of them (answer_producer.h). A streamed answer shares it until the answer is released,
+  // which may be after the connection is gone; the thread ends with the last owner.
   std::shared_ptr<AnswerProducer> producer;
 };
 
