@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -175,8 +176,12 @@ bool WbemdProcess::start(const std::string &dir, const std::string &host_socket,
   http_port_ = free_port();
   https_port_ = free_port();
   log_file_ = dir + "/wbemd.log";
+  // WBEMD_BENCH_BINARY runs another build of the daemon (an earlier commit, for comparisons in
+  // turns) under the same benchmark.
+  const char *other = getenv("WBEMD_BENCH_BINARY");
+  const std::string binary = other != nullptr && other[0] != '\0' ? other : WBEMD_BINARY;
   std::vector<std::string> args = {
-      WBEMD_BINARY,      "--foreground",      "--user",         "nobody",
+      binary,            "--foreground",      "--user",         "nobody",
       "--http-port",     std::to_string(http_port_),            "--https-port",
       std::to_string(https_port_),            "--https-address", "127.0.0.1",
       "--cert",          dir + "/cert.pem",   "--key",          dir + "/key.pem",

@@ -63,6 +63,13 @@ class CimService {
  public:
   virtual ~CimService() = default;
   virtual void serve(const CimCall &call, AnswerSink &sink) = 0;
+
+  // True when serve() for this call holds its whole answer before it writes any of it (an
+  // operation with one result, or an answer refused before it starts): then the HTTP half may
+  // run serve() on the request's own thread and take the answer when serve() returns, instead
+  // of reading it piece by piece beside serve() as it must for a streamed answer. The bytes on
+  // the wire are the same either way. Looks at the headers only; must not block.
+  virtual bool answers_at_once(const CimCall &) const { return false; }
 };
 
 }  // namespace wbem

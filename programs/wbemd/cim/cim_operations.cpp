@@ -97,7 +97,7 @@ void get_instance(Op &op) {
   const PropertyFilter filter = param_property_list(op.req);
   op.what = what_of(op.req, p.class_name, op.ctx.user);
   Request request(op.ctx.user, GETINST, path_of(p, op.ns()), nullptr, nullptr, nullptr, "");
-  const cli::Answer a = exchange(op.ctx.link, request, op.what);
+  const cli::Answer a = fetch_instance(op.ctx.link, request, op.what);
   op.body.open("IRETURNVALUE");
   write_instance(op.body, a.instance.get(), a.instance_frame["InstanceProps"], filter,
                  op.ctx.where);
@@ -270,7 +270,7 @@ void get_property(Op &op) {
   const std::string name = param_text(op.req, "PropertyName", true);
   op.what = what_of(op.req, p.class_name, op.ctx.user);
   Request request(op.ctx.user, GETINST, path_of(p, op.ns()), nullptr, nullptr, nullptr, "");
-  const cli::Answer a = exchange(op.ctx.link, request, op.what);
+  const cli::Answer a = fetch_instance(op.ctx.link, request, op.what);
   const CMPIInstance *inst = a.instance.get();
   const CMPICount n = CMGetPropertyCount(inst, nullptr);
   for (CMPICount i = 0; i < n; ++i) {

@@ -1,6 +1,7 @@
 // cim_service.cpp - one call: read, decode, serve, answer.
 #include "cim_service.h"
 
+#include <strings.h>
 #include <unistd.h>
 
 #include <exception>
@@ -15,6 +16,13 @@
 namespace wbem {
 namespace {
 
+// The operations whose answers are written piece by piece as the host's frames arrive; every
+// other answer is held whole until it is complete (cim_operations.cpp).
+constexpr const char *kStreamedOperations[] = {
+    "EnumerateInstances", "EnumerateInstanceNames", "Associators", "AssociatorNames",
+    "References",         "ReferenceNames",         "ExecQuery",
+};
+
 class Service : public CimService {
  public:
   explicit Service(const CimSettings &settings) : settings_(settings) {
@@ -24,6 +32,15 @@ class Service : public CimService {
       settings_.host_name =
           gethostname(name, sizeof name - 1) == 0 && name[0] != '\0' ? name : "localhost";
     }
+  }
+
+  bool answers_at_once(const CimCall &call) const override {
+    // The body must name the operation the header names (cim_request.h), and operations are
+    // told apart without regard to case.
+    for (const char *name : kStreamedOperations) {
+      if (strcasecmp(call.cim_method.c_str(), name) == 0) return false;
+    }
+    return true;
   }
 
   void serve(const CimCall &call, AnswerSink &sink) override {

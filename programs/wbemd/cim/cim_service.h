@@ -4,9 +4,11 @@
 // with the safe XML reader (xml_reader.h, limits from the settings), decodes the operation
 // (cim_request.h), sends it to cmpi-hostd through the library's client functions with
 // CimCall::user as the request's principal, and writes the CIM-XML answer into the sink,
-// streaming enumerations as their frames arrive. cmpi-wbemd must be admitted by cmpi-hostd as a
-// proxy (--allow-proxy-user or --allow-proxy-group naming the daemon's user) to act for the
-// users it authenticated; a call without a user is refused (CIM_ERR_ACCESS_DENIED), never
+// streaming enumerations as their frames arrive (answers_at_once is false for those: the
+// enumerations, associators, references and queries, and their name-only forms; every other
+// answer is held whole before any of it is written). cmpi-wbemd must be admitted by cmpi-hostd
+// as a proxy (--allow-proxy-user or --allow-proxy-group naming the daemon's user) to act for
+// the users it authenticated; a call without a user is refused (CIM_ERR_ACCESS_DENIED), never
 // served as some default user. docs/cimxml.md lists what each operation becomes.
 #ifndef CMPI_WBEMD_CIM_SERVICE_H
 #define CMPI_WBEMD_CIM_SERVICE_H

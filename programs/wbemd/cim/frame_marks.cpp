@@ -1,6 +1,8 @@
 // frame_marks.cpp - one scan over a data frame, keeping the marks of its properties.
 #include "frame_marks.h"
 
+#include <cmpidt.h>
+
 #include <cstring>
 #include <memory>
 
@@ -35,53 +37,85 @@ class Scanner {
   }
 
  private:
+  // Only the properties whose marks tell something are kept (frame_marks.h).
   bool properties(Json::Value *out) {
     if (!open('{')) return false;
     if (next_is('}')) return ++at_, true;
+    std::string name;
     for (;;) {
-      std::string name;
+      name.clear();
       if (!string(&name) || !colon()) return false;
-      const char c = peek();
-      if (c == '{') {
-        Json::Value marks(Json::objectValue);
+      if (peek() == '{') {
+        Json::Value marks;
         if (!value_object(&marks)) return false;
-        (*out)[name] = std::move(marks);
-      } else if (c == 'n') {
-        if (!skip_value()) return false;
-        (*out)[name] = Json::Value();
-      } else {
-        if (!skip_value()) return false;
-        (*out)[name] = Json::Value(0);
-      }
-      if (!comma_or('}')) return false;
-      if (text_[at_ - 1] == '}') return true;
-    }
-  }
-
-  bool value_object(Json::Value *out) {
-    if (!open('{')) return false;
-    if (next_is('}')) return ++at_, true;
-    for (;;) {
-      std::string key;
-      if (!string(&key) || !colon()) return false;
-      if (key == "DataType" || key == "DataState") {
-        unsigned value = 0;
-        bool is_unsigned = false;
-        if (!number(&value, &is_unsigned)) return false;
-        (*out)[key] = is_unsigned ? Json::Value(value) : Json::Value("?");
-      } else if (key == "CMPIInstance" && peek() == '{') {
-        Json::Value inner(Json::objectValue);
-        if (!instance(&inner)) return false;
-        (*out)[key] = std::move(inner);
-      } else if (key == "Value" || key == "CMPIInstance") {
-        if (!skip_value()) return false;
-        (*out)[key] = true;
+        if (!marks.isNull()) (*out)[name] = std::move(marks);
       } else if (!skip_value()) {
         return false;
       }
       if (!comma_or('}')) return false;
       if (text_[at_ - 1] == '}') return true;
     }
+  }
+
+  // One value object's marks into *out, left null when they tell nothing: a value that is there
+  // and not null, and not an embedded instance with telling marks of its own.
+  bool value_object(Json::Value *out) {
+    if (!open('{')) return false;
+    struct Number {
+      bool present = false;
+      bool is_unsigned = false;
+      unsigned value = 0;
+    } type, state;
+    bool has_value = false;
+    bool has_instance = false;
+    Json::Value inner;  // the embedded instance's marks
+    std::string key;
+    if (next_is('}')) {
+      ++at_;
+    } else {
+      for (;;) {
+        key.clear();
+        if (!string(&key) || !colon()) return false;
+        if (key == "DataType" || key == "DataState") {
+          Number &n = key == "DataType" ? type : state;
+          n = Number();
+          n.present = true;
+          if (!number(&n.value, &n.is_unsigned)) return false;
+        } else if (key == "CMPIInstance" && peek() == '{') {
+          inner = Json::Value(Json::objectValue);
+          if (!instance(&inner)) return false;
+          has_instance = true;
+        } else if (key == "Value" || key == "CMPIInstance") {
+          if (!skip_value()) return false;
+          if (key == "Value") {
+            has_value = true;
+          } else {
+            has_instance = true;
+            inner = Json::Value();
+          }
+        } else if (!skip_value()) {
+          return false;
+        }
+        if (!comma_or('}')) return false;
+        if (text_[at_ - 1] == '}') break;
+      }
+    }
+    const bool is_null = state.is_unsigned && state.value == CMPI_nullValue;
+    const bool inner_tells =
+        inner.isObject() && inner.isMember("InstanceProps") && !inner["InstanceProps"].empty();
+    if (!is_null && (has_value || has_instance) && !inner_tells) return true;
+    *out = Json::Value(Json::objectValue);
+    if (type.present) {
+      (*out)["DataType"] = type.is_unsigned ? Json::Value(type.value) : Json::Value("?");
+    }
+    if (state.present) {
+      (*out)["DataState"] = state.is_unsigned ? Json::Value(state.value) : Json::Value("?");
+    }
+    if (has_value) (*out)["Value"] = true;
+    if (has_instance) {
+      (*out)["CMPIInstance"] = inner.isObject() ? std::move(inner) : Json::Value(true);
+    }
+    return true;
   }
 
   void spaces() {

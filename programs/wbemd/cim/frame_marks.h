@@ -15,9 +15,14 @@
 //
 // "DataType" and "DataState" are kept when they are unsigned integers (otherwise a non-number
 // stands in), "Value" only says that the member is there, and an embedded instance keeps its
-// own marks. A property whose value is not an object keeps a placeholder (null stays null). A
-// frame the scan does not follow (not an object, a key with a \u escape) is parsed whole with
-// jsoncpp as before, and one that does not parse gives a null document.
+// own marks. Only the properties whose marks tell something are kept: a null one ("DataState"
+// 256), one without "Value" or "CMPIInstance" (an empty array, a missing value), and one whose
+// embedded instance keeps properties of its own. Any other property, and one whose value is
+// not an object, is left out: a property that is not there reads as a null Json::Value, for
+// which cli::wire_value() reports nothing null, empty or missing, as for the property itself.
+// (Most properties are plain values; building their marks was most of the scan's cost.) A frame
+// the scan does not follow (not an object, a key with a \u escape) is parsed whole with jsoncpp
+// as before, and one that does not parse gives a null document.
 #ifndef CMPI_WBEMD_FRAME_MARKS_H
 #define CMPI_WBEMD_FRAME_MARKS_H
 

@@ -18,6 +18,7 @@
 #include "frame_view.h"
 #include "operations.h"
 #include "output.h"
+#include "piece_decoder.h"
 #include "status_names.h"
 
 namespace wbem {
@@ -68,6 +69,61 @@ cli::Answer exchange(const HostLink &link, cli::Request &request, const std::str
     std::ostringstream nowhere;
     cli::Output out(nowhere, nowhere, true, false);
     return cli::read_answer(conn, operation_of(request.type()), out);
+  } catch (const cli::CimError &e) {
+    cim_failed(e);
+  } catch (const cli::ConnectionError &e) {
+    host_failed(what, e.what());
+  } catch (const cli::TimeoutError &e) {
+    host_failed(what, e.what());
+  }
+}
+
+cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const std::string &what) {
+  const std::string frame = request_frame(request);
+  const wire::Operation &op = operation_of(request.type());
+  try {
+    cli::Connection conn(link.socket, link.timeout);
+    conn.open();
+    conn.send(frame);
+    std::ostringstream nowhere;
+    cli::Output out(nowhere, nowhere, true, false);
+    cli::Answer answer;
+    Carry carry;
+    uint32_t complete = 0;
+    FrameMarks splitter;
+    std::deque<Json::Value> frames;
+    std::string text;  // the answer so far, read whole again only when it is a failure
+    // As cli::read_answer reads an answer that ends with the completion frame.
+    while (complete == 0) {
+      const char *piece = nullptr;
+      if (!conn.receive(&piece)) {
+        throw cli::ConnectionError(
+            "the daemon closed the connection before the answer was complete");
+      }
+      const std::size_t earlier = frames.size();
+      splitter.add(piece, &frames);
+      text += piece;
+      cli::Outcome outcome = cli::decode_piece(op, piece, &carry.text, &complete, &answer, out);
+      if (outcome.code != CMPI_RC_OK) {
+        // The tokenizer drops a GetInstance status message; the status frame, among the data
+        // frames that ended in this piece, has it.
+        cli::FrameSplitter whole;
+        std::deque<Json::Value> parsed;
+        whole.add(text.c_str(), &parsed);
+        for (std::size_t i = earlier; i < parsed.size(); ++i) {
+          cli::frame_status_message(parsed[i], &outcome.message);
+        }
+        throw cli::CimError(outcome.code, outcome.message);
+      }
+      if (complete != 0) answer.status = std::move(outcome);
+    }
+    if (!answer.instance) {
+      throw cli::CimError(CMPI_RC_ERR_NOT_FOUND, "the daemon returned no instance");
+    }
+    for (Json::Value &f : frames) {
+      if (f.isObject() && f.isMember("InstanceProps")) answer.instance_frame = std::move(f);
+    }
+    return answer;
   } catch (const cli::CimError &e) {
     cim_failed(e);
   } catch (const cli::ConnectionError &e) {

@@ -35,6 +35,12 @@ std::string request_frame(cli::Request &request);
 // ModifyInstance, DeleteInstance, CreateInstance) and returns what it delivered.
 cli::Answer exchange(const HostLink &link, cli::Request &request, const std::string &what);
 
+// Sends a GetInstance request and returns what it delivered, as exchange() does, with
+// instance_frame holding only the marks of the instance's frame (frame_marks.h) rather than a
+// second whole parse of it; the frames are read whole only when the answer is a failure, for the
+// status message a status frame carries.
+cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const std::string &what);
+
 // Sends a request whose answer is a stream of results (enumerations, associators, references,
 // queries). For each result, in order, with the data frame it came in: visit_instance for
 // instances, visit_path for paths (EnumerateInstanceNames). after_piece runs after each piece

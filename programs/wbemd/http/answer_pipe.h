@@ -1,12 +1,18 @@
 // answer_pipe.h - the bounded buffer between CimService::serve() and the HTTP answer.
 //
-// serve() runs on a thread of its own and writes into the pipe (it is the AnswerSink); the
-// HTTP side first waits for the answer's shape (wait_for_shape): a whole small answer (sent with
-// Content-Length), a protocol error, or a stream (more than `capacity` bytes before the end, or
-// a failure). For a stream it then reads pieces (read) as libmicrohttpd asks for them. write()
-// blocks while `capacity` bytes wait unread, so the daemon holds at most about `capacity` bytes
-// of an answer however large the answer is. Once the reader is gone (abandon: the client went
-// away), write() drops what it is given so that serve() runs to its end without blocking.
+// serve() runs on the connection's producer thread (answer_producer.h) and writes into the pipe
+// (it is the AnswerSink); the HTTP side first waits for the answer's shape (wait_for_shape): a
+// whole small answer (sent with Content-Length), a protocol error, or a stream (more than
+// `capacity` bytes before the end, or a failure). For a stream it then reads pieces (read) as
+// libmicrohttpd asks for them. write() blocks while `capacity` bytes wait unread, so the daemon
+// holds at most about `capacity` bytes of an answer however large the answer is. Once the reader
+// is gone (abandon: the client went away), write() drops what it is given so that serve() runs
+// to its end without blocking.
+//
+// A pipe made to hold everything (hold_all) never blocks write(): it is for an answer that
+// serve() holds whole anyway (CimService::answers_at_once) and writes before anyone reads. Its
+// shape, once serve() has returned, is kWhole when it finished within `capacity` bytes and
+// kStream otherwise, so that the client sees the same framing either way.
 #ifndef CMPI_WBEMD_HTTP_ANSWER_PIPE_H
 #define CMPI_WBEMD_HTTP_ANSWER_PIPE_H
 
@@ -21,7 +27,8 @@ namespace wbem {
 
 class AnswerPipe : public AnswerSink {
  public:
-  explicit AnswerPipe(std::size_t capacity) : capacity_(capacity == 0 ? 1 : capacity) {}
+  explicit AnswerPipe(std::size_t capacity, bool hold_all = false)
+      : capacity_(capacity == 0 ? 1 : capacity), hold_all_(hold_all) {}
 
   // AnswerSink, called by serve()'s thread.
   void protocol_error(int http_status, const std::string &cim_error) override;
@@ -55,6 +62,7 @@ class AnswerPipe : public AnswerSink {
   std::size_t held() const { return buffer_.size() - offset_; }
 
   const std::size_t capacity_;
+  const bool hold_all_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::string buffer_;

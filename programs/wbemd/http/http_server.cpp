@@ -13,12 +13,14 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
 
 #include "answer_pipe.h"
+#include "answer_producer.h"
 #include "basic_credentials.h"
 #include "connection_login.h"
 #include "http_log.h"
@@ -46,6 +48,10 @@ struct Connection {
   // The local user owning the client's end, once looked up (trusted local peers only; the
   // owner of a socket does not change while it is open).
   std::string local_user;
+  // The thread that runs serve() for this connection's streamed answers, made with the first
+  // of them (answer_producer.h). A streamed answer shares it until the answer is released,
+  // which may be after the connection is gone; the thread ends with the last owner.
+  std::shared_ptr<AnswerProducer> producer;
 };
 
 // One request on a connection, from its first line to its completion.
@@ -56,14 +62,16 @@ struct Request {
   CimCall call;
 };
 
-// An answer being produced by serve() on its own thread.
+// One answer: produced by serve() on the connection's producer thread while it is sent, or,
+// for an answer that serve() holds whole anyway (CimService::answers_at_once), on the request's
+// own thread before anything is sent (then the pipe holds it all and there is no producer). A
+// producer is idle again (wait_idle) before the exchange is deleted.
 struct Exchange {
-  explicit Exchange(std::size_t capacity) : pipe(capacity) {}
+  Exchange(std::size_t capacity, bool at_once) : pipe(capacity, at_once) {}
   CimCall call;
   AnswerPipe pipe;
-  std::thread producer;
+  std::shared_ptr<AnswerProducer> producer;  // null for an answer made at once
   MHD_Response *response = nullptr;
-  std::string peer;
 };
 
 std::string address_text(const struct sockaddr *address, bool with_port) {
@@ -265,6 +273,8 @@ MHD_Result queue_empty(MHD_Connection *connection, int status, const char *heade
   return result;
 }
 
+void free_body(void *cls) { delete static_cast<std::string *>(cls); }
+
 MHD_Result queue_refusal(MHD_Connection *connection, const Refusal &refusal) {
   if (!refusal.allow.empty()) {
     return queue_empty(connection, refusal.status, "Allow", refusal.allow.c_str());
@@ -396,37 +406,47 @@ MHD_Result HttpServer::State::on_request(void *cls, MHD_Connection *connection, 
 }
 
 MHD_Result HttpServer::State::answer(MHD_Connection *connection, Request *request) {
-  auto *exchange = new Exchange(limits.stream_threshold);
+  request->call.body = std::move(request->body);
+  const bool at_once = service.answers_at_once(request->call);
+  auto *exchange = new Exchange(limits.stream_threshold, at_once);
   exchange->call = std::move(request->call);
-  exchange->call.body = std::move(request->body);
-  exchange->peer = exchange->call.peer;
-  CimService &cim = service;
-  exchange->producer = std::thread([&cim, exchange] {
-    cim.serve(exchange->call, exchange->pipe);
-    // serve() must end every answer; one it left open breaks off rather than looking whole.
-    if (exchange->pipe.end() == AnswerPipe::End::kOpen) {
-      exchange->pipe.fail(1, "the answer was left incomplete");
-    }
-  });
   HTTP_TRACE("%s %s from %s as %s", exchange->call.cim_method.c_str(),
-             log_safe(exchange->call.cim_object).c_str(), exchange->peer.c_str(),
+             log_safe(exchange->call.cim_object).c_str(), exchange->call.peer.c_str(),
              exchange->call.user.c_str());
+  Connection *c = request->connection;
+  if (at_once) {
+    serve_into(service, exchange->call, exchange->pipe);
+  } else if (c != nullptr && c->producer) {
+    exchange->producer = c->producer;
+  } else {
+    exchange->producer = std::make_shared<AnswerProducer>(service);
+    if (c != nullptr) c->producer = exchange->producer;
+  }
+  if (exchange->producer && !exchange->producer->start(exchange->call, exchange->pipe)) {
+    HTTP_ERROR("cannot start a thread for the answer to %s from %s: connection closed",
+               exchange->call.user.c_str(), exchange->call.peer.c_str());
+    delete exchange;
+    return MHD_NO;
+  }
 
   AnswerPipe::Shape shape = exchange->pipe.wait_for_shape();
   if (shape != AnswerPipe::Shape::kStream) {
-    exchange->producer.join();
+    if (exchange->producer) exchange->producer->wait_idle();
     MHD_Result result;
     if (shape == AnswerPipe::Shape::kProtocolError) {
       Refusal refusal{exchange->pipe.http_status(), exchange->pipe.cim_error(), ""};
       HTTP_ERROR("request of %s from %s not readable: %d, CIMError %s",
-                 exchange->call.user.c_str(), exchange->peer.c_str(), refusal.status,
+                 exchange->call.user.c_str(), exchange->call.peer.c_str(), refusal.status,
                  refusal.cim_error.c_str());
       result = queue_refusal(connection, refusal);
     } else {
-      std::string body = exchange->pipe.take_whole();
-      MHD_Response *response = MHD_create_response_from_buffer(
-          body.size(), const_cast<char *>(body.data()), MHD_RESPMEM_MUST_COPY);
+      // The body is handed to libmicrohttpd as it is, not copied; it frees it with the
+      // response.
+      auto *body = new std::string(exchange->pipe.take_whole());
+      MHD_Response *response = MHD_create_response_from_buffer_with_free_callback_cls(
+          body->size(), body->data(), free_body, body);
       if (response == nullptr) {
+        delete body;
         delete exchange;
         return MHD_NO;
       }
@@ -444,7 +464,7 @@ MHD_Result HttpServer::State::answer(MHD_Connection *connection, Request *reques
                                                              read_answer, exchange, free_answer);
   if (response == nullptr) {
     exchange->pipe.abandon();
-    exchange->producer.join();
+    if (exchange->producer) exchange->producer->wait_idle();
     delete exchange;
     return MHD_NO;
   }
@@ -472,7 +492,7 @@ ssize_t HttpServer::State::read_answer(void *cls, uint64_t, char *buffer, size_t
   std::string description = exchange->pipe.fail_description();
   if (exchange->call.trailers) {
     HTTP_ERROR("answer to %s from %s failed mid-stream: CIM status %d, sent as trailers",
-               exchange->call.user.c_str(), exchange->peer.c_str(), code);
+               exchange->call.user.c_str(), exchange->call.peer.c_str(), code);
     MHD_add_response_footer(exchange->response, "CIMStatusCode", std::to_string(code).c_str());
     MHD_add_response_footer(exchange->response, "CIMStatusDescription",
                             header_safe(description).c_str());
@@ -480,15 +500,15 @@ ssize_t HttpServer::State::read_answer(void *cls, uint64_t, char *buffer, size_t
   }
   HTTP_ERROR("answer to %s from %s failed mid-stream: CIM status %d; the client announced no "
              "trailers, so the answer is broken off",
-             exchange->call.user.c_str(), exchange->peer.c_str(), code);
+             exchange->call.user.c_str(), exchange->call.peer.c_str(), code);
   return MHD_CONTENT_READER_END_WITH_ERROR;
 }
 
 void HttpServer::State::free_answer(void *cls) {
   auto *exchange = static_cast<Exchange *>(cls);
   exchange->pipe.abandon();
-  if (exchange->producer.joinable()) exchange->producer.join();
-  delete exchange;
+  if (exchange->producer) exchange->producer->wait_idle();
+  delete exchange;  // the producer's thread ends here when the connection is already gone
 }
 
 HttpServer::HttpServer(const ServerLimits &limits, CimService &service,

@@ -6,8 +6,11 @@
 // 'WWW-Authenticate: Basic realm="cimom"' when missing or wrong; failures logged with user
 // and peer and slowed down by the LoginThrottle), the body's framing and the CIM headers. Only
 // then is the body read (within max_body) and handed to CimService::serve() as a CimCall whose
-// user is the authenticated user. serve() runs on a thread of its own and writes through an
-// AnswerPipe: a small answer goes out with Content-Length, a larger one chunked as it comes.
+// user is the authenticated user. serve() writes through an AnswerPipe: a small answer goes out
+// with Content-Length, a larger one chunked. An answer that serve() holds whole anyway
+// (CimService::answers_at_once) is made on the connection's own thread before any of it is
+// sent; any other runs on the connection's producer thread (one kept per connection from its
+// first streamed answer to its close, answer_producer.h) and is sent as it comes.
 // A failure in the middle of a chunked answer becomes the CIMStatusCode and
 // CIMStatusDescription trailers for a client that sent "TE: trailers" (declared in a Trailer
 // header), and a broken answer (the connection closed without the last chunk) for any other.

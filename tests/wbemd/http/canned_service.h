@@ -7,13 +7,19 @@
 //   FailEarly  nothing, then fail(1, "host went away")
 //   Garbled    protocol_error(400, "request-not-well-formed")
 //   Slow       waits 300 ms, then "slow" whole
-// It records the calls it served and the largest number of bytes the pipe held at once.
+// The methods named in at_once are declared answered at once (CimService::answers_at_once), the
+// others streamed. It records the calls it served, the thread each ran on, how many have
+// returned, and the largest number of bytes the pipe held at once.
 #ifndef CMPI_WBEMD_HTTP_TEST_CANNED_SERVICE_H
 #define CMPI_WBEMD_HTTP_TEST_CANNED_SERVICE_H
+
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,6 +36,7 @@ class CannedService : public wbem::CimService {
     {
       std::lock_guard<std::mutex> lock(mutex);
       calls.push_back(call);
+      threads.push_back(static_cast<pid_t>(syscall(SYS_gettid)));
     }
     const std::string &m = call.cim_method;
     if (m == "Echo") {
@@ -65,6 +72,11 @@ class CannedService : public wbem::CimService {
       while (held > seen && !peak_held.compare_exchange_weak(seen, held)) {
       }
     }
+    ++returned;
+  }
+
+  bool answers_at_once(const wbem::CimCall &call) const override {
+    return at_once.count(call.cim_method) > 0;
   }
 
   std::vector<wbem::CimCall> served() {
@@ -72,12 +84,22 @@ class CannedService : public wbem::CimService {
     return calls;
   }
 
+  // The kernel's ids of the threads the calls ran on, in the order of served() (unlike
+  // std::thread ids, these are not handed to the next thread as soon as one ends).
+  std::vector<pid_t> serving_threads() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return threads;
+  }
+
+  std::set<std::string> at_once;  // set before the first request
   std::size_t large_size = 1000000;
   std::atomic<std::size_t> peak_held{0};
+  std::atomic<int> returned{0};  // calls that have left serve()
 
  private:
   std::mutex mutex;
   std::vector<wbem::CimCall> calls;
+  std::vector<pid_t> threads;
 };
 
 // Admits alice with the password "secret".

@@ -1,5 +1,5 @@
 // http_parts_test.cpp - the HTTP half's parts alone: Basic credentials, the request checks,
-// the login throttle, the answer pipe, the command line.
+// the login throttle, the answer pipe and its producer thread, the command line.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,9 +7,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <mutex>
 #include <thread>
+#include <vector>
 
 #include "answer_pipe.h"
+#include "answer_producer.h"
 #include "basic_credentials.h"
 #include "connection_login.h"
 #include "daemon_options.h"
@@ -225,6 +228,92 @@ TEST(AnswerPipe, AProtocolErrorKeepsItsStatus) {
   EXPECT_EQ(pipe.wait_for_shape(), wbem::AnswerPipe::Shape::kProtocolError);
   EXPECT_EQ(pipe.http_status(), 400);
   EXPECT_EQ(pipe.cim_error(), "request-not-valid");
+}
+
+TEST(AnswerPipe, APipeHoldingAllNeverBlocksAndShapesByTheSizeAtTheEnd) {
+  // Written on the reader's own thread, with no reader: write() must not wait.
+  wbem::AnswerPipe small(16, true);
+  small.write("0123456789abcdef", 16);
+  small.finish();
+  EXPECT_EQ(small.wait_for_shape(), wbem::AnswerPipe::Shape::kWhole);
+  EXPECT_EQ(small.take_whole(), "0123456789abcdef");
+
+  wbem::AnswerPipe large(16, true);
+  const std::string sent(1000, 'y');
+  large.write(sent.data(), sent.size());
+  large.write("z", 1);
+  large.fail(6, "gone");
+  EXPECT_EQ(large.peak_held(), 1001u);
+  EXPECT_EQ(large.wait_for_shape(), wbem::AnswerPipe::Shape::kStream);
+  std::string got;
+  char buffer[100];
+  while (std::size_t n = large.read(buffer, sizeof buffer)) got.append(buffer, n);
+  EXPECT_EQ(got, sent + "z");
+  EXPECT_EQ(large.end(), wbem::AnswerPipe::End::kFailed);
+  EXPECT_EQ(large.fail_status(), 6);
+
+  // Finished past the capacity: still a stream, so that it goes out chunked.
+  wbem::AnswerPipe finished(16, true);
+  finished.write(sent.data(), 17);
+  finished.finish();
+  EXPECT_EQ(finished.wait_for_shape(), wbem::AnswerPipe::Shape::kStream);
+}
+
+// Records the thread each call ran on; "Open" leaves its answer open.
+class ThreadRecorder : public wbem::CimService {
+ public:
+  void serve(const wbem::CimCall &call, wbem::AnswerSink &sink) override {
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      threads.push_back(std::this_thread::get_id());
+    }
+    sink.write(call.body.data(), call.body.size());
+    if (call.cim_method != "Open") sink.finish();
+  }
+  std::mutex mutex;
+  std::vector<std::thread::id> threads;
+};
+
+TEST(AnswerProducer, RunsEveryAnswerOnOneThreadOfItsOwn) {
+  ThreadRecorder service;
+  wbem::CimCall call;
+  {
+    wbem::AnswerProducer producer(service);
+    for (const char *body : {"one", "two", "three"}) {
+      call.body = body;
+      wbem::AnswerPipe pipe(64);
+      ASSERT_TRUE(producer.start(call, pipe));
+      EXPECT_EQ(pipe.wait_for_shape(), wbem::AnswerPipe::Shape::kWhole);
+      producer.wait_idle();
+      EXPECT_EQ(pipe.take_whole(), body);
+    }
+    // An answer serve() leaves open breaks off.
+    call.cim_method = "Open";
+    wbem::AnswerPipe pipe(64);
+    ASSERT_TRUE(producer.start(call, pipe));
+    EXPECT_EQ(pipe.wait_for_shape(), wbem::AnswerPipe::Shape::kStream);
+    producer.wait_idle();
+    EXPECT_EQ(pipe.end(), wbem::AnswerPipe::End::kFailed);
+    EXPECT_EQ(pipe.fail_description(), "the answer was left incomplete");
+  }
+  ASSERT_EQ(service.threads.size(), 4u);
+  for (const auto &id : service.threads) EXPECT_EQ(id, service.threads[0]);
+  EXPECT_NE(service.threads[0], std::this_thread::get_id());
+}
+
+TEST(AnswerProducer, IsDestroyedWhileItsAnswerWaitsForAnAbandonedReader) {
+  ThreadRecorder service;
+  wbem::CimCall call;
+  call.body = std::string(100000, 'x');
+  wbem::AnswerPipe pipe(16);
+  {
+    wbem::AnswerProducer producer(service);
+    ASSERT_TRUE(producer.start(call, pipe));
+    EXPECT_EQ(pipe.wait_for_shape(), wbem::AnswerPipe::Shape::kStream);
+    pipe.abandon();  // the reader went away; the destructor waits for serve() to end
+  }
+  EXPECT_EQ(pipe.end(), wbem::AnswerPipe::End::kFinished);
+  EXPECT_EQ(service.threads.size(), 1u);
 }
 
 TEST(HttpLog, ClientTextIsEscapedAndCut) {

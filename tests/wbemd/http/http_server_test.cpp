@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <dirent.h>
+
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -309,6 +311,167 @@ TEST_F(HttpServerTest, AFailureBeforeAnyByteIsStillNoCompleteAnswer) {
   EXPECT_TRUE(trailers.complete);
   EXPECT_EQ(trailers.trailers["cimstatuscode"], "1");
   EXPECT_EQ(trailers.trailers["cimstatusdescription"], "host went away");
+}
+
+TEST_F(HttpServerTest, AnAnswerHeldWholeIsMadeOnTheRequestsThreadAndFramedAsAnyOther) {
+  service_.at_once = {"Echo", "Large", "FailMid", "FailEarly"};
+  Connection c(port_);
+  ASSERT_TRUE(c.send(cim_request("Echo", "one")));
+  Answer one = c.read_answer();
+  EXPECT_EQ(one.body, "alice|one");
+  EXPECT_FALSE(one.chunked);
+  EXPECT_EQ(one.headers["content-length"], std::to_string(one.body.size()));
+  ASSERT_TRUE(c.send(cim_request("Slow", "")));
+  EXPECT_EQ(c.read_answer().body, "slow");
+  // Past the threshold an answer held whole still goes out chunked, with its trailers.
+  ASSERT_TRUE(c.send(cim_request("Large", "", "TE: trailers\r\n")));
+  Answer large = c.read_answer();
+  EXPECT_TRUE(large.chunked);
+  EXPECT_TRUE(large.complete);
+  EXPECT_EQ(large.body.size(), 1000000u);
+  EXPECT_EQ(large.trailers["cimstatuscode"], "0");
+  EXPECT_EQ(service_.peak_held.load(), 1000000u);  // held whole: nobody read while it was made
+  ASSERT_TRUE(c.send(cim_request("FailMid", "", "TE: trailers\r\n")));
+  Answer failed = c.read_answer();
+  EXPECT_TRUE(failed.complete);
+  EXPECT_EQ(failed.body.size(), 200000u);
+  EXPECT_EQ(failed.trailers["cimstatuscode"], "6");
+  EXPECT_EQ(failed.trailers["cimstatusdescription"], "instance vanished");
+  ASSERT_TRUE(c.send(cim_request("Echo", "five")));
+  Answer fifth = c.read_answer();
+  EXPECT_EQ(fifth.body, "alice|five");
+  EXPECT_FALSE(fifth.closed);
+  // The held answers ran on one thread (the connection's own), the streamed one on another.
+  auto threads = service_.serving_threads();
+  ASSERT_EQ(threads.size(), 5u);
+  EXPECT_NE(threads[1], threads[0]);
+  EXPECT_EQ(threads[2], threads[0]);
+  EXPECT_EQ(threads[3], threads[0]);
+  EXPECT_EQ(threads[4], threads[0]);
+  // Without trailers, a failure after part of the answer, or before any of it, is a broken
+  // answer as on the streamed path.
+  Answer broken = exchange(cim_request("FailMid", ""));
+  EXPECT_EQ(broken.status, 200);
+  EXPECT_TRUE(broken.chunked);
+  EXPECT_FALSE(broken.complete);
+  EXPECT_TRUE(broken.closed);
+  Answer early = exchange(cim_request("FailEarly", ""));
+  EXPECT_EQ(early.status, 200);
+  EXPECT_FALSE(early.complete);
+  EXPECT_TRUE(early.closed);
+}
+
+// The threads of this process now.
+int thread_count() {
+  int n = 0;
+  if (DIR *dir = opendir("/proc/self/task")) {
+    while (const dirent *entry = readdir(dir)) {
+      if (entry->d_name[0] != '.') ++n;
+    }
+    closedir(dir);
+  }
+  return n;
+}
+
+// Polls until the process has at most `count` threads; false after timeout_ms.
+bool threads_drop_to(int count, int timeout_ms) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+  while (thread_count() > count) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
+TEST_F(HttpServerTest, EveryAnswerOfAKeptAliveConnectionRunsOnTheSameProducerThread) {
+  Connection c(port_);
+  ASSERT_TRUE(c.connected());
+  ASSERT_TRUE(c.send(cim_request("Echo", "one")));
+  EXPECT_EQ(c.read_answer().body, "alice|one");
+  ASSERT_TRUE(c.send(cim_request("Large", "", "TE: trailers\r\n")));
+  Answer large = c.read_answer();
+  EXPECT_TRUE(large.chunked);
+  EXPECT_TRUE(large.complete);
+  EXPECT_EQ(large.body.size(), 1000000u);
+  EXPECT_EQ(large.trailers["cimstatuscode"], "0");
+  ASSERT_TRUE(c.send(cim_request("FailMid", "", "TE: trailers\r\n")));
+  Answer failed = c.read_answer();
+  EXPECT_TRUE(failed.complete);
+  EXPECT_EQ(failed.trailers["cimstatuscode"], "6");
+  ASSERT_TRUE(c.send(cim_request("Garbled", "")));
+  Answer garbled = c.read_answer();
+  EXPECT_EQ(garbled.status, 400);
+  EXPECT_EQ(garbled.headers["cimerror"], "request-not-well-formed");
+  ASSERT_TRUE(c.send(cim_request("Echo", "five")));
+  Answer fifth = c.read_answer();
+  EXPECT_EQ(fifth.body, "alice|five");
+  EXPECT_FALSE(fifth.closed);
+  // Another connection open at the same time has a producer of its own.
+  Connection d(port_);
+  ASSERT_TRUE(d.send(cim_request("Echo", "other")));
+  EXPECT_EQ(d.read_answer().body, "alice|other");
+
+  auto threads = service_.serving_threads();
+  ASSERT_EQ(threads.size(), 6u);
+  for (std::size_t i = 1; i < 5; ++i) EXPECT_EQ(threads[i], threads[0]) << "answer " << i;
+  EXPECT_NE(threads[5], threads[0]);
+  EXPECT_NE(threads[0], static_cast<pid_t>(syscall(SYS_gettid)));
+}
+
+TEST_F(HttpServerTest, AFailureMidStreamBreaksOnlyItsOwnAnswer) {
+  Connection streaming(port_);
+  Connection failing(port_);
+  ASSERT_TRUE(streaming.send(cim_request("Echo", "before")));
+  EXPECT_EQ(streaming.read_answer().body, "alice|before");
+  // A large answer in progress on one connection while another connection's answer breaks.
+  ASSERT_TRUE(streaming.send(cim_request("Large", "")));
+  ASSERT_TRUE(failing.send(cim_request("FailMid", "")));
+  Answer broken = failing.read_answer();
+  EXPECT_EQ(broken.status, 200);
+  EXPECT_FALSE(broken.complete);
+  EXPECT_TRUE(broken.closed);
+  Answer whole = streaming.read_answer();
+  EXPECT_TRUE(whole.complete);
+  EXPECT_EQ(whole.body.size(), 1000000u);
+  EXPECT_EQ(whole.body.find_first_not_of('x'), std::string::npos);
+  // The connection whose answer ended well goes on.
+  ASSERT_TRUE(streaming.send(cim_request("Echo", "after")));
+  Answer after = streaming.read_answer();
+  EXPECT_EQ(after.body, "alice|after");
+  EXPECT_FALSE(after.closed);
+}
+
+TEST_F(HttpServerTest, AConnectionClosedWhileItsProducerIsBusyLeavesNoThreadBehind) {
+  const int before = thread_count();
+  service_.large_size = 50 * 1000 * 1000;
+  {
+    Connection c(port_);
+    ASSERT_TRUE(c.send(cim_request("Echo", "warm")));
+    EXPECT_EQ(c.read_answer().body, "alice|warm");
+    // The client reads nothing: the socket's buffers and the pipe fill up, and the producer
+    // waits in write() for a reader that goes away.
+    ASSERT_TRUE(c.send(cim_request("Large", "")));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(service_.returned.load(), 1);
+    EXPECT_GT(thread_count(), before);
+  }
+  {
+    Connection c(port_);
+    // Closed while serve() itself is busy (before any byte of the answer).
+    ASSERT_TRUE(c.send(cim_request("Slow", "")));
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  // Both producers return from serve() and their threads end with their connections.
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (service_.returned.load() < 3 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  EXPECT_EQ(service_.returned.load(), 3);
+  EXPECT_TRUE(threads_drop_to(before, 10000)) << thread_count() << " threads, " << before
+                                              << " before";
+  // The 50 MB were never held: the pipe stayed within its capacity.
+  EXPECT_LE(service_.peak_held.load(), 16u * 1024u);
+  EXPECT_EQ(exchange(cim_request("Echo", "later")).body, "alice|later");
 }
 
 TEST_F(HttpServerTest, NoCredentialsGet401WithTheChallenge) {
