@@ -1,9 +1,11 @@
 // value_text.cpp - a value as text (value2Chars) and the release of an encapsulated value
 // (cmpiReleaseCMPIValue).
+#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include "value.h"
 
@@ -21,13 +23,24 @@ char *duplicate(const char *text) {
   return copy;
 }
 
-template <typename... Args>
-char *format(const char *fmt, Args... args) {
+// A number in the text printf would give it ("%u", "%d", "%llu", "%lld" for integers; "%.9g"
+// and "%.17g" for reals, precision given): to_chars writes exactly that text in the "C"
+// locale, without printf's parsing of a format, which made this the costliest step of
+// encoding a property.
+template <typename Number>
+char *number_text(Number number, int precision = 0) {
   char buffer[64];
-  const int n = std::snprintf(buffer, sizeof(buffer), fmt, args...);
-  if (n < 0 || static_cast<size_t>(n) >= sizeof(buffer)) {
+  std::to_chars_result written;
+  if constexpr (std::is_floating_point_v<Number>) {
+    written = std::to_chars(buffer, buffer + sizeof(buffer) - 1, number,
+                            std::chars_format::general, precision);
+  } else {
+    written = std::to_chars(buffer, buffer + sizeof(buffer) - 1, number);
+  }
+  if (written.ec != std::errc()) {
     return nullptr;
   }
+  *written.ptr = '\0';
   return duplicate(buffer);
 }
 
@@ -89,25 +102,25 @@ extern "C" char *value2Chars(CMPIType type, const CMPIValue *value) {
     case CMPI_char16:
       return char16_text(value->char16);
     case CMPI_real32:
-      return format("%.9g", static_cast<double>(value->real32));
+      return number_text(static_cast<double>(value->real32), 9);
     case CMPI_real64:
-      return format("%.17g", value->real64);
+      return number_text(value->real64, 17);
     case CMPI_uint8:
-      return format("%u", static_cast<unsigned>(value->uint8));
+      return number_text(static_cast<unsigned>(value->uint8));
     case CMPI_uint16:
-      return format("%u", static_cast<unsigned>(value->uint16));
+      return number_text(static_cast<unsigned>(value->uint16));
     case CMPI_uint32:
-      return format("%u", static_cast<unsigned>(value->uint32));
+      return number_text(static_cast<unsigned>(value->uint32));
     case CMPI_uint64:
-      return format("%llu", static_cast<unsigned long long>(value->uint64));
+      return number_text(static_cast<unsigned long long>(value->uint64));
     case CMPI_sint8:
-      return format("%d", static_cast<int>(value->sint8));
+      return number_text(static_cast<int>(value->sint8));
     case CMPI_sint16:
-      return format("%d", static_cast<int>(value->sint16));
+      return number_text(static_cast<int>(value->sint16));
     case CMPI_sint32:
-      return format("%d", static_cast<int>(value->sint32));
+      return number_text(static_cast<int>(value->sint32));
     case CMPI_sint64:
-      return format("%lld", static_cast<long long>(value->sint64));
+      return number_text(static_cast<long long>(value->sint64));
     case CMPI_chars:
       return duplicate(value->chars);
     case CMPI_string:

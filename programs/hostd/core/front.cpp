@@ -131,6 +131,7 @@ long long Front::timeout_ms(long long now) const {
   long long idle = pool_.next_idle_deadline();
   if (idle != 0) next = std::min(next, std::max(0LL, idle - now));
   if (stopping_) earliest(grace_);
+  earliest(release_at_);
   return std::min(next, 60000LL);
 }
 
@@ -164,6 +165,10 @@ void Front::loop_once() {
   check_connections(now);
   check_workers(now);
   dispatch();
+  if (release_at_.passed(now)) {
+    release_at_ = Deadline();
+    if (connections_.empty()) release_free_memory();
+  }
 }
 
 void Front::on_signal() {
@@ -485,7 +490,9 @@ void Front::close_connection(int id) {
   epoll_ctl(epoll_fd_, EPOLL_CTL_DEL, c->fd, nullptr);
   close(c->fd);
   connections_.erase(id);
-  if (connections_.empty()) release_free_memory();  // idle: what the requests freed goes back
+  // Once no connection has been open for kIdleReleaseMs, what the requests freed goes back;
+  // not at once, which would make a client's every request fault the same pages in again.
+  if (connections_.empty()) release_at_ = Deadline::in_ms(kIdleReleaseMs);
   if (listening_ && !accepting_ &&
       connections_.size() < static_cast<std::size_t>(config_.max_connections)) {
     struct epoll_event ev = {};

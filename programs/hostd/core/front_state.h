@@ -140,6 +140,7 @@ class Front {
   bool grace_over_ = false;
   bool at_limit_logged_ = false;
   Deadline grace_;
+  Deadline release_at_;  // when the heap's free pages go back, if no connection is open then
   long long last_watch_ = 0;
   std::map<int, Connection> connections_;
   std::map<int, WorkerChannel> channels_;

@@ -5,7 +5,7 @@
 // use, without limit. A process that waits for work holds those pages for nothing, so the
 // daemon hands them back once it has been idle for a moment:
 //  - a worker when no request came for kIdleReleaseMs after its last answer (IdleRelease);
-//  - the front when its last connection has closed.
+//  - the front when no connection has been open for kIdleReleaseMs.
 // A worker does not release between the requests of a busy client: every request would then
 // fault the same pages in again, which made a GetInstance measurably slower; the delay avoids
 // that. docs/PERFORMANCE.md ("Idle memory") has what each release saves and costs.
