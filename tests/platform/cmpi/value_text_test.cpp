@@ -2,8 +2,12 @@
 // kind.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "cmpiinterface.h"
@@ -62,6 +66,38 @@ TEST(Value2Chars, RealsRoundTrip) {
   EXPECT_EQ(text_of_scalar<CMPIReal32>(CMPI_real32, 1.5f), "1.5");
   EXPECT_EQ(text_of_scalar<CMPIReal64>(CMPI_real64, -2.0), "-2");
   EXPECT_EQ(text_of_scalar<CMPIReal64>(CMPI_real64, 1e300), "1.0000000000000001e+300");
+}
+
+// Reals are written as printf writes "%.9g" (real32) and "%.17g" (real64), the special values
+// included; checked against printf itself for many bit patterns.
+TEST(Value2Chars, RealsAreWhatPrintfWrites) {
+  std::mt19937_64 bits(20261124);
+  const double specials[] = {0.0, -0.0, NAN, -NAN, INFINITY, -INFINITY, 5e-324, 1e-320,
+                             1.7976931348623157e308, 1e21, 1e-7, 100.0, 123456789.0};
+  auto check64 = [](double d) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%.17g", d);
+    EXPECT_EQ(text_of_scalar<CMPIReal64>(CMPI_real64, d), expected);
+  };
+  auto check32 = [](float f) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%.9g", static_cast<double>(f));
+    EXPECT_EQ(text_of_scalar<CMPIReal32>(CMPI_real32, f), expected);
+  };
+  for (double d : specials) {
+    check64(d);
+    check32(static_cast<float>(d));
+  }
+  for (int i = 0; i < 20000; ++i) {
+    const uint64_t word = bits();
+    double d;
+    std::memcpy(&d, &word, sizeof d);
+    check64(d);
+    const uint32_t half = static_cast<uint32_t>(word >> 17);
+    float f;
+    std::memcpy(&f, &half, sizeof f);
+    check32(f);
+  }
 }
 
 TEST(Value2Chars, Char16AsTheCharacterInUtf8) {
