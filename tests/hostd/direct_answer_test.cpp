@@ -140,7 +140,7 @@ TEST(AnswerWindow, TheLockIsRefusedWhileTheOtherSideHoldsIt) {
   EXPECT_EQ(w->header().lock.load(), AnswerWindow::kFront);
 }
 
-// ---- the worker's answer -------------------------------------------------------------------------
+// ---- the worker's answer --------------------------------------------------------------------
 
 // A worker's answer begun on a client connection, with its window and its channel to the front.
 class DirectAnswering : public ::testing::Test {
