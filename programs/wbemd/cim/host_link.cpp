@@ -60,15 +60,17 @@ std::string request_frame(cli::Request &request) {
   }
 }
 
-cli::Answer exchange(const HostLink &link, cli::Request &request, const std::string &what) {
+// Sends the request's frame on a new connection to the host and hands the connection to read
+// for the answer; what read returns is returned. Every failure on the way becomes the
+// operation's error (cim_failed, host_failed).
+template <typename Read>
+auto converse(const HostLink &link, cli::Request &request, const std::string &what, Read read) {
   const std::string frame = request_frame(request);
   try {
     cli::Connection conn(link.socket, link.timeout);
     conn.open();
     conn.send(frame);
-    std::ostringstream nowhere;
-    cli::Output out(nowhere, nowhere, true, false);
-    return cli::read_answer(conn, operation_of(request.type()), out);
+    return read(conn);
   } catch (const cli::CimError &e) {
     cim_failed(e);
   } catch (const cli::ConnectionError &e) {
@@ -78,13 +80,17 @@ cli::Answer exchange(const HostLink &link, cli::Request &request, const std::str
   }
 }
 
+cli::Answer exchange(const HostLink &link, cli::Request &request, const std::string &what) {
+  return converse(link, request, what, [&](cli::Connection &conn) {
+    std::ostringstream nowhere;
+    cli::Output out(nowhere, nowhere, true, false);
+    return cli::read_answer(conn, operation_of(request.type()), out);
+  });
+}
+
 cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const std::string &what) {
-  const std::string frame = request_frame(request);
   const wire::Operation &op = operation_of(request.type());
-  try {
-    cli::Connection conn(link.socket, link.timeout);
-    conn.open();
-    conn.send(frame);
+  return converse(link, request, what, [&](cli::Connection &conn) {
     std::ostringstream nowhere;
     cli::Output out(nowhere, nowhere, true, false);
     cli::Answer answer;
@@ -124,26 +130,16 @@ cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const st
       if (f.isObject() && f.isMember("InstanceProps")) answer.instance_frame = std::move(f);
     }
     return answer;
-  } catch (const cli::CimError &e) {
-    cim_failed(e);
-  } catch (const cli::ConnectionError &e) {
-    host_failed(what, e.what());
-  } catch (const cli::TimeoutError &e) {
-    host_failed(what, e.what());
-  }
+  });
 }
 
 void stream(const HostLink &link, cli::Request &request, const std::string &what,
             const std::function<void(const CMPIInstance *, const Json::Value &)> &visit_instance,
             const std::function<void(const CMPIObjectPath *)> &visit_path,
             const std::function<void()> &after_piece) {
-  const std::string frame = request_frame(request);
   const bool paths = operation_of(request.type()).results == wire::Results::kPaths;
   const CMPIType element = paths ? CMPI_ref : CMPI_instance;
-  try {
-    cli::Connection conn(link.socket, link.timeout);
-    conn.open();
-    conn.send(frame);
+  converse(link, request, what, [&](cli::Connection &conn) {
     Carry carry;
     // Only the marks the decoded instances lose, not a second whole parse (frame_marks.h).
     FrameMarks splitter;
@@ -184,13 +180,7 @@ void stream(const HostLink &link, cli::Request &request, const std::string &what
       if (n > 0) after_piece();
       if (code != CMPI_RC_OK) throw cli::CimError(code, message);
     }
-  } catch (const cli::CimError &e) {
-    cim_failed(e);
-  } catch (const cli::ConnectionError &e) {
-    host_failed(what, e.what());
-  } catch (const cli::TimeoutError &e) {
-    host_failed(what, e.what());
-  }
+  });
 }
 
 }  // namespace wbem
