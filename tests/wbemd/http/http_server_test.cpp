@@ -313,6 +313,26 @@ TEST_F(HttpServerTest, AFailureBeforeAnyByteIsStillNoCompleteAnswer) {
   EXPECT_EQ(trailers.trailers["cimstatusdescription"], "host went away");
 }
 
+// Asks for "Large" with trailers on c: a whole chunked answer of 1,000,000 bytes, status 0.
+void expect_large_answer(Connection &c) {
+  ASSERT_TRUE(c.send(cim_request("Large", "", "TE: trailers\r\n")));
+  Answer large = c.read_answer();
+  EXPECT_TRUE(large.chunked);
+  EXPECT_TRUE(large.complete);
+  EXPECT_EQ(large.body.size(), 1000000u);
+  EXPECT_EQ(large.trailers["cimstatuscode"], "0");
+}
+
+// Asks for "FailMid" with trailers on c: a complete chunked answer whose trailers say 6.
+Answer expect_failed_midway(Connection &c) {
+  Answer failed;
+  EXPECT_TRUE(c.send(cim_request("FailMid", "", "TE: trailers\r\n")));
+  failed = c.read_answer();
+  EXPECT_TRUE(failed.complete);
+  EXPECT_EQ(failed.trailers["cimstatuscode"], "6");
+  return failed;
+}
+
 TEST_F(HttpServerTest, AnAnswerHeldWholeIsMadeOnTheRequestsThreadAndFramedAsAnyOther) {
   service_.at_once = {"Echo", "Large", "FailMid", "FailEarly"};
   Connection c(port_);
@@ -324,18 +344,10 @@ TEST_F(HttpServerTest, AnAnswerHeldWholeIsMadeOnTheRequestsThreadAndFramedAsAnyO
   ASSERT_TRUE(c.send(cim_request("Slow", "")));
   EXPECT_EQ(c.read_answer().body, "slow");
   // Past the threshold an answer held whole still goes out chunked, with its trailers.
-  ASSERT_TRUE(c.send(cim_request("Large", "", "TE: trailers\r\n")));
-  Answer large = c.read_answer();
-  EXPECT_TRUE(large.chunked);
-  EXPECT_TRUE(large.complete);
-  EXPECT_EQ(large.body.size(), 1000000u);
-  EXPECT_EQ(large.trailers["cimstatuscode"], "0");
+  expect_large_answer(c);
   EXPECT_EQ(service_.peak_held.load(), 1000000u);  // held whole: nobody read while it was made
-  ASSERT_TRUE(c.send(cim_request("FailMid", "", "TE: trailers\r\n")));
-  Answer failed = c.read_answer();
-  EXPECT_TRUE(failed.complete);
+  Answer failed = expect_failed_midway(c);
   EXPECT_EQ(failed.body.size(), 200000u);
-  EXPECT_EQ(failed.trailers["cimstatuscode"], "6");
   EXPECT_EQ(failed.trailers["cimstatusdescription"], "instance vanished");
   ASSERT_TRUE(c.send(cim_request("Echo", "five")));
   Answer fifth = c.read_answer();
@@ -388,16 +400,8 @@ TEST_F(HttpServerTest, EveryAnswerOfAKeptAliveConnectionRunsOnTheSameProducerThr
   ASSERT_TRUE(c.connected());
   ASSERT_TRUE(c.send(cim_request("Echo", "one")));
   EXPECT_EQ(c.read_answer().body, "alice|one");
-  ASSERT_TRUE(c.send(cim_request("Large", "", "TE: trailers\r\n")));
-  Answer large = c.read_answer();
-  EXPECT_TRUE(large.chunked);
-  EXPECT_TRUE(large.complete);
-  EXPECT_EQ(large.body.size(), 1000000u);
-  EXPECT_EQ(large.trailers["cimstatuscode"], "0");
-  ASSERT_TRUE(c.send(cim_request("FailMid", "", "TE: trailers\r\n")));
-  Answer failed = c.read_answer();
-  EXPECT_TRUE(failed.complete);
-  EXPECT_EQ(failed.trailers["cimstatuscode"], "6");
+  expect_large_answer(c);
+  expect_failed_midway(c);
   ASSERT_TRUE(c.send(cim_request("Garbled", "")));
   Answer garbled = c.read_answer();
   EXPECT_EQ(garbled.status, 400);
