@@ -323,6 +323,33 @@ TEST(ReadPeerCredentials, OfTheOtherEndOfASocketpair) {
   close(fd[1]);
 }
 
+TEST(ReadPeerCredentials, WithoutGroupsLeavesThemEmptyAndReadsTheRest) {
+  int fd[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, fd), 0);
+  PeerCredentials cred;
+  cred.groups = {4242};
+  std::string error;
+  ASSERT_TRUE(read_peer_credentials(fd[0], &cred, &error, false)) << error;
+  EXPECT_EQ(cred.pid, getpid());
+  EXPECT_EQ(cred.uid, getuid());
+  EXPECT_EQ(cred.gid, getgid());
+  EXPECT_TRUE(cred.groups.empty());
+  close(fd[0]);
+  close(fd[1]);
+}
+
+TEST(AdmissionPolicy, NeedsGroupsOnlyWhenAGroupIsAllowed) {
+  AdmissionPolicy policy;
+  policy.allowed.add_uid(1001);
+  policy.proxies.add_uid(1002);
+  EXPECT_FALSE(policy.needs_groups());
+  policy.proxies.add_gid(50);
+  EXPECT_TRUE(policy.needs_groups());
+  AdmissionPolicy users_by_group;
+  users_by_group.allowed.add_gid(60);
+  EXPECT_TRUE(users_by_group.needs_groups());
+}
+
 TEST(ReadPeerCredentials, FailsOnWhatIsNoSocket) {
   int fd[2];
   ASSERT_EQ(pipe(fd), 0);

@@ -137,7 +137,7 @@ PrincipalVerdict decide_principal(const AdmissionPolicy &policy, const PeerCrede
   return PrincipalVerdict::kServe;
 }
 
-bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error) {
+bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error, bool with_groups) {
   struct ucred cred;
   socklen_t length = sizeof cred;
   if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &length) != 0 || length != sizeof cred) {
@@ -148,6 +148,7 @@ bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error) {
   peer->uid = cred.uid;
   peer->gid = cred.gid;
   peer->groups.clear();
+  if (!with_groups) return true;
 #ifdef SO_PEERGROUPS
   // The kernel reports the peer's supplementary groups as they were at connect time; a kernel
   // without the option leaves only the primary group to match.

@@ -37,6 +37,7 @@ class PeerSet {
   void add_gid(gid_t gid) { gids_.insert(gid); }
   bool contains(const PeerCredentials &peer) const;
   bool empty() const { return uids_.empty() && gids_.empty(); }
+  bool has_groups() const { return !gids_.empty(); }
 
  private:
   std::set<uid_t> uids_;
@@ -60,6 +61,8 @@ struct AdmissionPolicy {
 
   bool admits(const PeerCredentials &peer) const;
   PeerKind kind_of(const PeerCredentials &peer) const;
+  // Whether a peer's supplementary groups can change a decision (a group was allowed).
+  bool needs_groups() const { return allowed.has_groups() || proxies.has_groups(); }
 };
 
 struct AdmissionOptions {
@@ -74,8 +77,11 @@ struct AdmissionOptions {
 bool build_admission_policy(const AdmissionOptions &options, uid_t daemon_uid,
                             AdmissionPolicy *policy, std::string *error);
 
-// SO_PEERCRED (and SO_PEERGROUPS when available) of a connected AF_UNIX socket.
-bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error);
+// SO_PEERCRED (and, with_groups, SO_PEERGROUPS when available) of a connected AF_UNIX socket.
+// Without groups, peer->groups is left empty: the front asks for them only when a group
+// policy needs them (one system call less per connection).
+bool read_peer_credentials(int fd, PeerCredentials *peer, std::string *error,
+                           bool with_groups = true);
 
 
 // Local users by name, remembered for a few seconds, so that a busy front does not read the

@@ -221,7 +221,7 @@ void Front::accept_connections() {
 void Front::admit(int fd) {
   PeerCredentials peer;
   std::string error;
-  if (!read_peer_credentials(fd, &peer, &error)) {
+  if (!read_peer_credentials(fd, &peer, &error, config_.admission.needs_groups())) {
     HOSTD_ERROR("connection refused: the peer's credentials cannot be read: %s", error.c_str());
     close(fd);
     return;

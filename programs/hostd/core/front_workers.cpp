@@ -248,6 +248,9 @@ void Front::read_worker(WorkerChannel &ch) {
         watch_worker(ch);
       }
     }
+    // The answer has ended: the worker sends nothing more before its next request, so there is
+    // no need to ask the channel again (whatever comes, its end included, is reported anew).
+    if (ch.connection == 0 && ch.reader.buffered() == 0) return;
   }
 }
 
