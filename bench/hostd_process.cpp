@@ -20,16 +20,13 @@
 #include <sstream>
 #include <vector>
 
+#include "read_file.h"
+
 namespace bench {
 
-namespace {
+using testsupport::read_file;
 
-std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+namespace {
 
 void sleep_ms(int ms) {
   struct timespec ts = {ms / 1000, (ms % 1000) * 1000000L};

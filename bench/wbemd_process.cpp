@@ -20,23 +20,14 @@
 #include <sstream>
 #include <thread>
 
+#include "read_file.h"
+
 namespace bench {
+
+using testsupport::copy_file;
+using testsupport::read_file;
+
 namespace {
-
-std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
-
-bool copy_file(const std::string &from, const std::string &to) {
-  std::ifstream in(from, std::ios::binary);
-  if (!in) return false;
-  std::ofstream out(to, std::ios::binary);
-  out << in.rdbuf();
-  return static_cast<bool>(out);
-}
 
 // Runs argv (no shell) with input on its standard input; its output and error in *output.
 // The exit status, or -1.

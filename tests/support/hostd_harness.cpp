@@ -19,23 +19,19 @@
 #include <fstream>
 #include <sstream>
 
+#include "read_file.h"
+
 namespace e2e {
+
+using testsupport::read_file;
+
 namespace {
 
-std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void copy_file(const std::string &from, const std::string &to) {
-  std::ifstream in(from, std::ios::binary);
-  std::ofstream out(to, std::ios::binary);
-  out << in.rdbuf();
-  out.close();
+// A provider library copied into the test's provider directory, readable and executable by
+// every user a worker may run as.
+void install_library(const std::string &from, const std::string &to) {
+  if (!testsupport::copy_file(from, to)) ADD_FAILURE() << "cannot copy " << from;
   chmod(to.c_str(), 0755);
-  if (!in.good() && !in.eof()) ADD_FAILURE() << "cannot copy " << from;
 }
 
 void remove_tree(const std::string &path) {
@@ -156,14 +152,14 @@ Workspace::Workspace() {
   import_mof(schema_db, TEST_CLASSES_MOF);
   chmod(schema_db.c_str(), 0644);
 
-  copy_file(DEMO_PROVIDER, provider_dir + "libdemoprovider.so");
+  install_library(DEMO_PROVIDER, provider_dir + "libdemoprovider.so");
   for (const char *lib :
        {"libtestcrash.so", "libtesthang.so", "libtestpartial.so", "libtestgeneric.so",
         "libtestkeep.so", "libtestplain.so", "libtesthog.so", "libtestspin.so", "libtestfork.so",
         "libtestslow.so", "libtestburst.so", "libtestends.so", "libtestlinks.so",
         "libtestlinger.so", "libtestpower.so", "libtestfit.so", "libtestscatter.so",
         "libolder_provider.so"}) {
-    copy_file(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
+    install_library(std::string(FAULT_PROVIDER_DIR) + "/" + lib, provider_dir + lib);
   }
   set_up_demo_state(*this);
 }

@@ -17,25 +17,12 @@
 #include <sstream>
 #include <thread>
 
+#include "read_file.h"
+
 namespace wbemtest {
-namespace {
 
-std::string read_file(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
-
-bool copy_file(const std::string &from, const std::string &to) {
-  std::ifstream in(from, std::ios::binary);
-  if (!in) return false;
-  std::ofstream out(to, std::ios::binary);
-  out << in.rdbuf();
-  return static_cast<bool>(out);
-}
-
-}  // namespace
+using testsupport::copy_file;
+using testsupport::read_file;
 
 uint16_t free_port() {
   int s = socket(AF_INET, SOCK_STREAM, 0);
