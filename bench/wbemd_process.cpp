@@ -20,11 +20,13 @@
 #include <sstream>
 #include <thread>
 
+#include "free_port.h"
 #include "read_file.h"
 
 namespace bench {
 
 using testsupport::copy_file;
+using testsupport::free_port;
 using testsupport::read_file;
 
 namespace {
@@ -79,22 +81,6 @@ int run_retrying(const std::vector<std::string> &argv, std::string *out,
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   return status;
-}
-
-uint16_t free_port() {
-  const int s = socket(AF_INET, SOCK_STREAM, 0);
-  struct sockaddr_in a;
-  std::memset(&a, 0, sizeof a);
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof a;
-  uint16_t port = 0;
-  if (bind(s, reinterpret_cast<struct sockaddr *>(&a), size) == 0 &&
-      getsockname(s, reinterpret_cast<struct sockaddr *>(&a), &size) == 0) {
-    port = ntohs(a.sin_port);
-  }
-  close(s);
-  return port;
 }
 
 }  // namespace

@@ -17,25 +17,14 @@
 #include <sstream>
 #include <thread>
 
+#include "free_port.h"
 #include "read_file.h"
 
 namespace wbemtest {
 
 using testsupport::copy_file;
+using testsupport::free_port;
 using testsupport::read_file;
-
-uint16_t free_port() {
-  int s = socket(AF_INET, SOCK_STREAM, 0);
-  struct sockaddr_in a;
-  std::memset(&a, 0, sizeof a);
-  a.sin_family = AF_INET;
-  a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  bind(s, reinterpret_cast<struct sockaddr *>(&a), sizeof a);
-  socklen_t size = sizeof a;
-  getsockname(s, reinterpret_cast<struct sockaddr *>(&a), &size);
-  close(s);
-  return ntohs(a.sin_port);
-}
 
 int run(const std::vector<std::string> &argv, std::string *output, int timeout_s, int as_uid,
         int as_gid) {

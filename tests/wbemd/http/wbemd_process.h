@@ -17,9 +17,6 @@
 
 namespace wbemtest {
 
-// A TCP port on 127.0.0.1 that was free a moment ago.
-uint16_t free_port();
-
 // Runs argv (no shell), standard output and error together; returns the exit status (-1 when
 // it did not end within timeout_s and was killed). as_uid/as_gid >= 0 runs it as that user.
 int run(const std::vector<std::string> &argv, std::string *output, int timeout_s = 60,
