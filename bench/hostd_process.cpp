@@ -167,21 +167,21 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
   return false;
 }
 
-void HostdProcess::stop() {
-  if (pid_ > 0) {
-    kill(pid_, SIGTERM);
-    int status = 0;
-    bool ended = false;
-    for (int i = 0; i < 1500 && !ended; ++i) {
-      ended = waitpid(pid_, &status, WNOHANG) == pid_;
-      if (!ended) sleep_ms(10);
-    }
-    if (!ended) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, &status, 0);
-    }
-    pid_ = -1;
+void end_process(pid_t pid) {
+  if (pid <= 0) return;
+  kill(pid, SIGTERM);
+  int status = 0;
+  for (int i = 0; i < 1500; ++i) {
+    if (waitpid(pid, &status, WNOHANG) == pid) return;
+    sleep_ms(10);
   }
+  kill(pid, SIGKILL);
+  waitpid(pid, &status, 0);
+}
+
+void HostdProcess::stop() {
+  end_process(pid_);
+  pid_ = -1;
   if (!dir_.empty() && getenv("BENCH_KEEP") == nullptr) {
     std::error_code ignored;
     std::filesystem::remove_all(dir_, ignored);

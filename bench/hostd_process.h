@@ -73,6 +73,9 @@ struct ProcessMemory {
 };
 ProcessMemory process_memory(pid_t pid);
 
+// Ends a child process: SIGTERM, up to 15 s for it to go, then SIGKILL; reaps it.
+void end_process(pid_t pid);
+
 // The processes whose parent is parent (a scan of /proc/<pid>/stat), in ascending order.
 std::vector<pid_t> child_processes(pid_t parent);
 

@@ -21,6 +21,7 @@
 #include <thread>
 
 #include "free_port.h"
+#include "hostd_process.h"
 #include "read_file.h"
 
 namespace bench {
@@ -227,18 +228,7 @@ void WbemdProcess::stop() {
   }
   if (watch_fd_ >= 0) close(watch_fd_);
   watch_fd_ = -1;
-  if (pid_ <= 0) return;
-  kill(pid_, SIGTERM);
-  int status = 0;
-  for (int i = 0; i < 1500; ++i) {
-    if (waitpid(pid_, &status, WNOHANG) == pid_) {
-      pid_ = -1;
-      return;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  kill(pid_, SIGKILL);
-  waitpid(pid_, &status, 0);
+  end_process(pid_);
   pid_ = -1;
 }
 
