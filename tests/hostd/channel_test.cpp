@@ -153,7 +153,7 @@ TEST(MessageReader, CutsManyMessagesAcrossPiecesOfEverySize) {
 }
 
 TEST(MessageReader, UnknownKindIsBroken) {
-  for (uint32_t kind : {0u, 4u, 0x100u, 0xFFFFFFFFu}) {
+  for (uint32_t kind : {0u, 5u, 0x100u, 0xFFFFFFFFu}) {
     MessageReader reader;
     const std::string bytes = header_words(kind, 0);
     reader.append(bytes.data(), bytes.size());

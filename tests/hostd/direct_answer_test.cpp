@@ -153,6 +153,11 @@ class DirectAnswering : public ::testing::Test {
   Pair client;
   Pair channel;
   DirectAnswer answer{w.get(), channel.fd[1]};
+  // Whether the front's end of the channel has a message waiting now.
+  bool channel_has_message() {
+    char byte;
+    return recv(channel.fd[0], &byte, 1, MSG_DONTWAIT | MSG_PEEK) > 0;
+  }
 };
 
 TEST_F(DirectAnswering, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
@@ -161,15 +166,37 @@ TEST_F(DirectAnswering, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
   close(client.fd[1]);  // the front closes its copy once it hears of the end
   client.fd[1] = -1;
   EXPECT_EQ(read_to_end(client.fd[0]), frame("one") + frame("last"));
-  MessageKind kind;
-  std::string payload = "x";
-  ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
-  EXPECT_EQ(kind, MessageKind::kEnd);
-  EXPECT_EQ(payload, "");  // the frames went to the client, not to the front
+  // The end is said in the window only: nobody asked to be woken for it.
+  EXPECT_FALSE(channel_has_message());
   const AnswerWindow::Snapshot s = w->look();
   EXPECT_EQ(s.frames, 2u);
   EXPECT_EQ(s.sent, s.placed);
   EXPECT_NE(s.flags & AnswerWindow::kFinal, 0u);
+  EXPECT_NE(s.flags & AnswerWindow::kDone, 0u);
+  EXPECT_EQ(s.flags & AnswerWindow::kClientGone, 0u);
+}
+
+TEST_F(DirectAnswering, AFrontThatAskedToHearOfTheEndIsWokenWithAnEmptyMessage) {
+  ASSERT_TRUE(answer.send(frame("one")));
+  EXPECT_FALSE(channel_has_message());
+  w->header().flags.fetch_or(AnswerWindow::kWanted);
+  ASSERT_TRUE(answer.finish(frame("last")));
+  MessageKind kind;
+  std::string payload = "x";
+  ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
+  EXPECT_EQ(kind, MessageKind::kWake);
+  EXPECT_EQ(payload, "");  // the frames went to the client, not to the front
+  EXPECT_NE(w->look().flags & AnswerWindow::kDone, 0u);
+  close(client.fd[1]);
+  client.fd[1] = -1;
+  EXPECT_EQ(read_to_end(client.fd[0]), frame("one") + frame("last"));
+}
+
+TEST_F(DirectAnswering, AnAnswerIsNotDoneBeforeItsEnd) {
+  ASSERT_TRUE(answer.send(frame("one")));
+  EXPECT_EQ(w->look().flags & AnswerWindow::kDone, 0u);
+  w->reset();  // the front's, before the next request: no flag is left over
+  EXPECT_EQ(w->look().flags, 0u);
 }
 
 TEST_F(DirectAnswering, TheClientSeesTheEndEvenWhileTheFrontStillHoldsTheConnection) {
@@ -283,10 +310,10 @@ TEST_F(DirectAnswering, AClientThatIsGoneMakesTheFramesDropQuietly) {
   ASSERT_TRUE(answer.finish(frame("last")));
   const AnswerWindow::Snapshot s = w->look();
   EXPECT_EQ(s.sent, s.placed);  // nothing is left for the front to send either
-  MessageKind kind;
-  std::string payload;
-  ASSERT_TRUE(read_message(channel.fd[0], &kind, &payload));
-  EXPECT_EQ(kind, MessageKind::kEnd);
+  // The front learns from the window that the client went away (and logs it).
+  EXPECT_NE(s.flags & AnswerWindow::kClientGone, 0u);
+  EXPECT_NE(s.flags & AnswerWindow::kDone, 0u);
+  EXPECT_FALSE(channel_has_message());
 }
 
 TEST(DirectAnswer, WithoutAConnectionEverythingGoesThroughTheFront) {

@@ -10,8 +10,13 @@
 // frame it was owed and never sees part of one.
 //
 // Who writes what:
-//   - `placed`, `frames`, `progress_ms`, `waiting_ms`, `flags`: the worker, with release
-//     stores after the bytes they describe;
+//   - `placed`, `frames`, `progress_ms`, `waiting_ms`, `flags` but kWanted: the worker, with
+//     release stores after the bytes they describe;
+//   - kWanted: the front, when something waits for the worker (a queued request, a shutdown).
+//     The answer's end is said by kDone alone, which wakes nobody: the front looks at the
+//     window whenever it wakes anyway (and at least once a second), and asks for a wake-up
+//     only when it cannot wait. kDone and kWanted are set with read-modify-writes of `flags`,
+//     so whichever side comes second sees the other's bit;
 //   - `sent`: whoever holds `lock` (the worker while it sends, the front when it sends frames
 //     that waited too long or takes over the rest of a dead or killed worker's answer);
 //   - `base`, and the bytes before `placed`: the worker, holding the lock. The lock is never
@@ -39,6 +44,9 @@ class AnswerWindow {
   enum Lock : uint32_t { kFree = 0, kWorker = 1, kFront = 2 };
   enum Flag : uint32_t {
     kFinal = 1,  // the end of the answer is placed: what the client reads from now on ends it
+    kDone = 2,   // the worker is done: all sent, the connection closed; it waits for a request
+    kClientGone = 4,  // the client's connection refused bytes; the rest of the answer was dropped
+    kWanted = 8,  // (front) tell me when you are done: the worker then sends a kWake message
   };
 
   struct Header {

@@ -14,7 +14,8 @@ namespace {
 bool known_kind(uint32_t kind) {
   return kind == static_cast<uint32_t>(MessageKind::kRequest) ||
          kind == static_cast<uint32_t>(MessageKind::kFrames) ||
-         kind == static_cast<uint32_t>(MessageKind::kEnd);
+         kind == static_cast<uint32_t>(MessageKind::kEnd) ||
+         kind == static_cast<uint32_t>(MessageKind::kWake);
 }
 
 // Keeps the first descriptor of an SCM_RIGHTS message in *kept (when kept is given and empty)

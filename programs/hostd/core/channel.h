@@ -10,6 +10,9 @@
 //   kFrames   worker -> front  one or more whole response frames, to be passed on as they are
 //   kEnd      worker -> front  the last frames of the answer: the answer is complete and the
 //                              worker is ready for the next request
+//   kWake     worker -> front  nothing: an answer written to the client directly has ended
+//                              and the front asked to hear of it (answer_window.h, kWanted);
+//                              the window says which answer
 // A worker that ends its answer any other way (crash, kill) ends the channel without kEnd, and
 // the front finishes the client's answer with an error frame. Since the front passes on only
 // whole messages, the client never sees part of a frame.
@@ -23,7 +26,7 @@
 
 namespace hostd {
 
-enum class MessageKind : uint32_t { kRequest = 1, kFrames = 2, kEnd = 3 };
+enum class MessageKind : uint32_t { kRequest = 1, kFrames = 2, kEnd = 3, kWake = 4 };
 
 inline constexpr std::size_t kMessageHeader = 8;
 // No payload may be larger: the front refuses (and kills) a worker that announces more.

@@ -58,7 +58,12 @@ bool DirectAnswer::finish(const std::string &last) {
   send_placed(true);
   release_pages();  // everything placed is sent (or dropped): the front reads nothing more
   close_client(true);
-  return write_message(channel_, MessageKind::kEnd, std::string_view());
+  // The window says the answer is done; the front finds it there the next time it wakes, and
+  // is woken for it only when it asked to be (something waits for this worker).
+  const uint32_t flags =
+      window_->header().flags.fetch_or(AnswerWindow::kDone, std::memory_order_seq_cst);
+  if ((flags & AnswerWindow::kWanted) == 0) return true;
+  return write_message(channel_, MessageKind::kWake, std::string_view());
 }
 
 bool DirectAnswer::place(std::string_view frames) {
@@ -156,6 +161,7 @@ void DirectAnswer::send_placed(bool wait) {
 void DirectAnswer::drop_client() {
   client_gone_ = true;
   AnswerWindow::Header &h = window_->header();
+  h.flags.fetch_or(AnswerWindow::kClientGone, std::memory_order_release);
   window_->lock(AnswerWindow::kWorker, -1);
   const uint64_t placed = h.placed.load(std::memory_order_relaxed);
   h.sent.store(placed, std::memory_order_release);

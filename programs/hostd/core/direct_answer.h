@@ -15,11 +15,14 @@
 //  - Frames wider than the window: everything placed is sent first, then these and everything
 //    after them go through the front, in order.
 //  - A client that is gone (the connection refuses more bytes) makes send() drop frames and
-//    still return true: the provider runs on, the front logs the client's going.
+//    still return true: the provider runs on; the window says so (kClientGone) and the front
+//    logs the client's going.
 //  - finish() marks the answer final, sends the rest, shuts the connection for writing (the
 //    client sees the end even while the front still holds it), closes the worker's copy and
-//    tells the front with an empty kEnd message; an answer that used more than kWindowKept of
-//    the window gives the pages beyond that back.
+//    marks the answer done in the window (kDone), waking the front with a kWake message only
+//    when it asked for that (kWanted); an answer that used more than kWindowKept of the window
+//    gives the pages beyond that back. Without a connection (or once the answer went on through
+//    the front) the end is a kEnd message with the last frames, as before.
 #ifndef CMPI_HOSTD_DIRECT_ANSWER_H
 #define CMPI_HOSTD_DIRECT_ANSWER_H
 

@@ -95,6 +95,7 @@ int Front::run() {
 }
 
 long long Front::timeout_ms(long long now) const {
+  if (look_again_) return 0;
   long long next = 1LL << 40;
   auto earliest = [&](const Deadline &d) {
     if (d.set()) next = std::min(next, d.left_ms(now));
@@ -113,8 +114,8 @@ long long Front::timeout_ms(long long now) const {
     earliest(ch.total);
     earliest(ch.kill_at);
     busy = busy || ch.connection != 0;
-    // A worker answering directly is looked at every second (its client may stall), and soon
-    // when it left frames unsent in its window.
+    // A worker answering directly is looked at every second (its client may stall, its answer
+    // may have ended unseen), and soon when it left frames unsent in its window.
     if (ch.connection != 0 && ch.direct) {
       const AnswerWindow::Snapshot s = ch.window->look();
       const bool frames_wait = s.consistent && s.sent < s.placed && s.waiting_ms == 0;
@@ -143,6 +144,9 @@ void Front::loop_once() {
     HOSTD_ERROR("epoll_wait: %s", std::strerror(errno));
     n = 0;
   }
+  look_again_ = false;
+  // Answers that workers ended while the front slept come first: their workers are free.
+  collect_answers();
   for (int i = 0; i < n; ++i) {
     const Tag kind = static_cast<Tag>(events[i].data.u64 >> 32);
     const int id = static_cast<int>(events[i].data.u64 & 0xffffffffu);
@@ -165,6 +169,11 @@ void Front::loop_once() {
   check_connections(now);
   check_workers(now);
   dispatch();
+  for (int id : unwatched_) {
+    if (Connection *c = connection(id)) watch_connection(*c);
+  }
+  unwatched_.clear();
+  want_answer_ends();
   if (release_at_.passed(now)) {
     release_at_ = Deadline();
     if (connections_.empty()) release_free_memory();
@@ -268,8 +277,11 @@ void Front::admit(int fd) {
 // What epoll watches follows the phase: the request while reading, the client's readiness
 // for output while there is output; hang-ups are always reported.
 void Front::watch_connection(Connection &c) {
-  if (c.client_gone) {
-    // Nothing more is read or written; its hang-up would be reported again and again.
+  // Nothing more is read or written once the client is gone; its hang-up would be reported
+  // again and again. A connection a worker answers directly is the worker's to watch (the
+  // window says when its client went away): the front would only be woken by the client's
+  // hang-up after every answer.
+  if (c.client_gone || serves_directly(c)) {
     if (c.registered) epoll_ctl(epoll_fd_, EPOLL_CTL_DEL, c.fd, nullptr);
     c.registered = false;
     return;
@@ -436,7 +448,7 @@ void Front::request_complete(Connection &c) {
   }
   c.phase = Connection::Phase::kQueued;
   queue_.push_back(QueuedRequest{c.id, c.principal.uid});
-  watch_connection(c);
+  unwatched_.push_back(c.id);
 }
 
 // Answers with one error frame and closes once it is written.

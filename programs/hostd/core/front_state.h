@@ -117,6 +117,11 @@ class Front {
   void flush_worker(WorkerChannel &ch);
   void watch_worker(WorkerChannel &ch);
   void request_done(WorkerChannel &ch, Connection *c);
+  bool answer_done(const WorkerChannel &ch) const;
+  void end_direct_answer(WorkerChannel &ch);
+  void collect_answers();
+  void want_answer_ends();
+  bool serves_directly(const Connection &c);
   void fail_request(WorkerChannel &ch, const std::string &why);
   bool take_over_answer(WorkerChannel &ch, Connection &c);
   void kill_worker(WorkerChannel &ch, const std::string &why);
@@ -152,6 +157,10 @@ class Front {
   UserCache users_;
   long long refusals_flushed_ = 0;
   int next_connection_ = 1;
+  // Connections whose request came complete in this round: watched (for a hang-up while they
+  // wait) only if no worker took them over directly by the round's end.
+  std::vector<int> unwatched_;
+  bool look_again_ = false;  // an answer ended while the front asked to hear of it: no sleep
 };
 
 // epoll's user data: what kind of descriptor, and its id.

@@ -231,6 +231,11 @@ void Front::read_worker(WorkerChannel &ch) {
         kill_worker(ch, "sent a message the front does not understand");
         return;
       }
+      // Only a wake-up: the window tells whether an answer ended (collect_answers).
+      if (message.kind == MessageKind::kWake) {
+        look_again_ = true;
+        continue;
+      }
       Connection *c = ch.connection != 0 ? connection(ch.connection) : nullptr;
       ch.silence = Deadline::in_ms(config_.provider_timeout * 1000LL);
       if (c != nullptr) {
@@ -265,6 +270,56 @@ void Front::resume_if_drained(Connection &c) {
   read_worker(*ch);
 }
 
+bool Front::serves_directly(const Connection &c) {
+  if (c.phase != Connection::Phase::kServing || c.out.pending() > 0) return false;
+  const WorkerChannel *ch = channel(c.worker);
+  return ch != nullptr && ch->direct;
+}
+
+bool Front::answer_done(const WorkerChannel &ch) const {
+  return ch.connection != 0 && ch.direct && ch.window != nullptr &&
+         (ch.window->look().flags & AnswerWindow::kDone) != 0;
+}
+
+// The worker wrote the whole answer itself and said so in its window.
+void Front::end_direct_answer(WorkerChannel &ch) {
+  Connection *c = connection(ch.connection);
+  if (c != nullptr) {
+    const AnswerWindow::Snapshot s = ch.window->look();
+    c->frames += s.frames;
+    if ((s.flags & AnswerWindow::kClientGone) != 0 && !c->client_gone) {
+      HOSTD_ERROR("%s: the client closed the connection before the answer was complete",
+                  c->what.c_str());
+      c->client_gone = true;
+    }
+  }
+  request_done(ch, c);
+}
+
+void Front::collect_answers() {
+  std::vector<int> done;
+  for (const auto &entry : channels_) {
+    if (answer_done(entry.second)) done.push_back(entry.first);
+  }
+  for (int id : done) {
+    if (WorkerChannel *ch = channel(id); ch != nullptr && answer_done(*ch)) end_direct_answer(*ch);
+  }
+}
+
+// While requests wait for workers (or the daemon is stopping, or no connection can be
+// accepted), the front wants to hear at once when a worker's direct answer ends.
+void Front::want_answer_ends() {
+  if (queue_.empty() && !stopping_ && accepting_) return;
+  for (auto &entry : channels_) {
+    WorkerChannel &ch = entry.second;
+    if (ch.connection == 0 || !ch.direct || ch.window == nullptr) continue;
+    const uint32_t flags =
+        ch.window->header().flags.fetch_or(AnswerWindow::kWanted, std::memory_order_seq_cst);
+    // Done before it could see the wish: it will not wake the front, so no sleep now.
+    if ((flags & AnswerWindow::kDone) != 0) look_again_ = true;
+  }
+}
+
 void Front::request_done(WorkerChannel &ch, Connection *c) {
   if (c != nullptr) {
     HOSTD_TRACE("%s: answered with %lu frames by worker %d", c->what.c_str(), c->frames,
@@ -282,6 +337,8 @@ void Front::request_done(WorkerChannel &ch, Connection *c) {
 
 // The answer ends with an error frame after the whole frames passed on so far.
 void Front::fail_request(WorkerChannel &ch, const std::string &why) {
+  // An answer that ended unseen before this is whole: the client has it.
+  if (answer_done(ch)) end_direct_answer(ch);
   Connection *c = ch.connection != 0 ? connection(ch.connection) : nullptr;
   ch.connection = 0;
   if (c == nullptr) return;
@@ -370,6 +427,7 @@ void Front::reap() {
 
 void Front::worker_gone(WorkerChannel &ch, int status) {
   const std::string how = describe_wait_status(status);
+  if (answer_done(ch)) end_direct_answer(ch);
   if (ch.connection != 0) {
     // Whole messages that arrived before the end are passed on first (a worker that answers
     // directly sends through the channel only after its window is empty).
@@ -431,6 +489,7 @@ void Front::check_workers(long long now) {
       kill(ch->pid, SIGKILL);
       continue;
     }
+    if (answer_done(*ch)) end_direct_answer(*ch);
     if (ch->connection == 0) continue;
     if (ch->direct) {
       const AnswerWindow::Snapshot s = ch->window->look();
