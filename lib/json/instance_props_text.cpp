@@ -1,6 +1,7 @@
 #include "json/instance_props_text.h"
 
 #include <cmpimacs.h>
+#include <cmpipropertylook.h>
 #include <cmpiutility/records.h>
 #include <strings.h>
 
@@ -285,16 +286,15 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
   // before.
   unsigned int stopped_result = 1;
   for (CMPICount index = 0; index < count; ++index) {
-    CMPIString *name = nullptr;
     status = CMPIStatus{CMPI_RC_OK, nullptr};
-    const CMPIData data = CMGetPropertyAt(instance, index, &name, &status);
-    const Fetched fetched(name, data);
+    const cmpiinterface::PropertyLook property(instance, index, &status);
+    const CMPIData &data = property.data();
     if (status.rc != CMPI_RC_OK) {
       CMPIU_ERROR_AT(kProps, 535, "'No property available at %d'", static_cast<int>(index));
       out->resize(entry);
       return {1, false};
     }
-    const char *property_name = chars_of(name);
+    const char *property_name = property.name();
     if (property_name == nullptr) continue;
 
     if (!members.empty()) out->push_back(',');

@@ -127,6 +127,15 @@ void cmpiReleaseCMPIValue(CMPIType type, CMPIValue *value);
  * strings and chars as their text, date-times as the CIM text, references as their path text. */
 char *value2Chars(CMPIType type, const CMPIValue *value);
 
+/* A look at property index of an instance made by this library, without copying anything:
+ * *name and *data point into the instance and stay valid while the instance is neither changed
+ * nor released; the caller releases nothing. The datum reads as getPropertyAt would hand it out
+ * (for those who only read a property, such as encoders, getPropertyAt's copy and release are
+ * pure cost). CMPI_RC_OK; CMPI_RC_ERR_NOT_SUPPORTED when inst is not an instance of this
+ * library (use getPropertyAt); CMPI_RC_ERR_NO_SUCH_PROPERTY for an index past the end. */
+CMPIrc cmpiPeekPropertyAt(const CMPIInstance *inst, CMPICount index, const char **name,
+                          CMPIData *data);
+
 /* A new string holding a copy of text, one heap block: CMRelease or plain free() release it. */
 CMPIString *CreateString(const char *text, CMPIStatus *rc);
 

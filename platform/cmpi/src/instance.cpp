@@ -219,6 +219,20 @@ const CMPIInstanceFT *instance_table() { return &instance_ft; }
 
 }  // namespace cmpi
 
+extern "C" CMPIrc cmpiPeekPropertyAt(const CMPIInstance *inst, CMPICount index,
+                                     const char **name, CMPIData *data) {
+  const InstanceImpl *impl = cmpi::our_impl<InstanceImpl>(inst, cmpi::instance_table());
+  if (impl == nullptr) {
+    return CMPI_RC_ERR_NOT_SUPPORTED;
+  }
+  if (index >= impl->properties.size()) {
+    return CMPI_RC_ERR_NO_SUCH_PROPERTY;
+  }
+  *name = impl->properties.name_at(index).c_str();
+  *data = cmpi::peek_out(impl->properties.at(index));
+  return CMPI_RC_OK;
+}
+
 extern "C" CMPIInstance *makeNewCMPIInstance(const CMPIObjectPath *path, CMPIStatus *rc) {
   if (!is_our_path(path)) {
     set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);

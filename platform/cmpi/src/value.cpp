@@ -92,17 +92,20 @@ CMPIrc clone_into(const Object *source, CMPIValue *out, bool *is_null) {
   return rc;
 }
 
-// Deep copy of the encapsulated value of a stored (or given) type. For the text codes the value
-// is value.string; arrays of any known element type are value.array. Scalars are copied by
-// their member. Sets *is_null when the encapsulated pointer is NULL.
-CMPIrc copy_member(CMPIType type, const CMPIValue &in, CMPIValue *out, bool *is_null) {
+// Takes the encapsulated value of a stored (or given) type into *out: scalars are copied by
+// their member, an encapsulated object is handed to object_step(pointer, out, is_null) (a
+// clone, or a borrowed look). For the text codes the object is value.string; arrays of any
+// known element type are value.array.
+template <typename ObjectStep>
+CMPIrc take_member(CMPIType type, const CMPIValue &in, CMPIValue *out, bool *is_null,
+                   ObjectStep object_step) {
   *is_null = false;
   std::memset(out, 0, sizeof(*out));
   if ((type & CMPI_ARRAY) != 0) {
-    return clone_into(in.array, out, is_null);
+    return object_step(in.array, out, is_null);
   }
   if (is_string_code(type)) {
-    return clone_into(in.string, out, is_null);
+    return object_step(in.string, out, is_null);
   }
   switch (type) {
     case CMPI_boolean:
@@ -142,18 +145,65 @@ CMPIrc copy_member(CMPIType type, const CMPIValue &in, CMPIValue *out, bool *is_
       out->sint64 = in.sint64;
       return CMPI_RC_OK;
     case CMPI_dateTime:
-      return clone_into(in.dateTime, out, is_null);
+      return object_step(in.dateTime, out, is_null);
     case CMPI_instance:
-      return clone_into(in.inst, out, is_null);
+      return object_step(in.inst, out, is_null);
     case CMPI_ref:
-      return clone_into(in.ref, out, is_null);
+      return object_step(in.ref, out, is_null);
     case CMPI_args:
-      return clone_into(in.args, out, is_null);
+      return object_step(in.args, out, is_null);
     case CMPI_enumeration:
-      return clone_into(in.Enum, out, is_null);
+      return object_step(in.Enum, out, is_null);
     default:
       return CMPI_RC_ERR_INVALID_DATA_TYPE;
   }
+}
+
+struct CloneStep {
+  template <typename Object>
+  CMPIrc operator()(const Object *source, CMPIValue *out, bool *is_null) const {
+    return clone_into(source, out, is_null);
+  }
+};
+
+// The object itself, not a copy; an object a clone would refuse (no table or handle) is
+// refused the same way, so a look reads exactly as a copy would.
+struct BorrowStep {
+  template <typename Object>
+  CMPIrc operator()(const Object *source, CMPIValue *out, bool *is_null) const {
+    *is_null = source == nullptr;
+    if (source != nullptr && (source->ft == nullptr || source->hdl == nullptr)) {
+      return CMPI_RC_ERR_INVALID_HANDLE;
+    }
+    std::memcpy(out, &source, sizeof(source));
+    return CMPI_RC_OK;
+  }
+};
+
+// Deep copy of the encapsulated value of a stored (or given) type. Sets *is_null when the
+// encapsulated pointer is NULL.
+CMPIrc copy_member(CMPIType type, const CMPIValue &in, CMPIValue *out, bool *is_null) {
+  return take_member(type, in, out, is_null, CloneStep());
+}
+
+// A stored datum as a getter hands it out, its value taken by step: a null datum keeps its
+// state; a value that cannot be taken reads as null.
+template <typename ObjectStep>
+CMPIData handed_out(const CMPIData &stored, ObjectStep step) {
+  if ((stored.state & CMPI_nullValue) != 0) {
+    CMPIData d = null_data(stored.type);
+    d.state = stored.state;
+    return d;
+  }
+  CMPIData d = stored;
+  bool is_null = false;
+  if (take_member(stored.type, stored.value, &d.value, &is_null, step) != CMPI_RC_OK || is_null) {
+    // Nothing to hand out: a datum whose object cannot be copied reads as null.
+    CMPIData n = null_data(stored.type);
+    n.state = static_cast<CMPIValueState>(stored.state | CMPI_nullValue);
+    return n;
+  }
+  return d;
 }
 
 // A new string datum from caller text (NULL text = null string datum).
@@ -284,22 +334,9 @@ CMPIrc copy_in(const CMPIValue *value, CMPIType type, CMPIData *out) {
   return CMPI_RC_OK;
 }
 
-CMPIData copy_out(const CMPIData &stored) {
-  if ((stored.state & CMPI_nullValue) != 0) {
-    CMPIData d = null_data(stored.type);
-    d.state = stored.state;
-    return d;
-  }
-  CMPIData d = stored;
-  bool is_null = false;
-  if (copy_member(stored.type, stored.value, &d.value, &is_null) != CMPI_RC_OK || is_null) {
-    // Nothing to hand out: a datum whose object cannot be copied reads as null.
-    CMPIData n = null_data(stored.type);
-    n.state = static_cast<CMPIValueState>(stored.state | CMPI_nullValue);
-    return n;
-  }
-  return d;
-}
+CMPIData copy_out(const CMPIData &stored) { return handed_out(stored, CloneStep()); }
+
+CMPIData peek_out(const CMPIData &stored) { return handed_out(stored, BorrowStep()); }
 
 void release_data(CMPIData *data) {
   if (data == nullptr) {

@@ -65,6 +65,10 @@ CMPIrc copy_in(const CMPIValue *value, CMPIType type, CMPIData *out);
 // A caller-owned deep copy of a stored datum, as getters hand out.
 CMPIData copy_out(const CMPIData &stored);
 
+// The stored datum as copy_out would hand it out, but borrowed: its objects are the stored ones
+// (valid while the datum is stored and unchanged), nothing is to be released.
+CMPIData peek_out(const CMPIData &stored);
+
 // Releases what a stored datum owns and leaves it a null datum of the same type.
 void release_data(CMPIData *data);
 

@@ -3,6 +3,7 @@
 
 #include <cmpiinterface.h>
 #include <cmpimacs.h>
+#include <cmpipropertylook.h>
 #include <json/json.h>
 
 #include <cstdint>
@@ -252,7 +253,7 @@ bool instance_fits(const CMPIInstance *inst, const ValueWatch *watch) {
   bool fits = true;
   for (CMPICount i = 0; i < count; ++i) {
     st = CMPIStatus{CMPI_RC_OK, nullptr};
-    const Held property(CMGetPropertyAt(inst, i, nullptr, &st));
+    const cmpiinterface::PropertyLook property(inst, i, &st);
     if (st.rc != CMPI_RC_OK) return fits;
     if (watch != nullptr) watch->see(watch->context, inst, i, property.data());
     if (judge(property.data(), Holder::kProperty).verdict != Verdict::kKeep) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cmpiinterface.h"
+#include "cmpipropertylook.h"
 #include "objects.h"
 #include "value_sweep.h"
 
@@ -436,4 +437,101 @@ TEST_F(InstanceTest, NullHandleGivesInvalidHandleOnEverySlot) {
   }
 }
 
+// ---- looking at a property in place --------------------------------------------------------
+
+// What a datum holds, as text: scalars, strings, date-times and references as value2Chars
+// writes them, embedded instances by their marker, arrays element by element.
+std::string datum_text(const CMPIData &d) {
+  if ((d.state & CMPI_nullValue) != 0) return "<null>";
+  if ((d.type & CMPI_ARRAY) != 0) {
+    const CMPIArray *array = d.value.array;
+    std::string text = "[";
+    const CMPICount count = array->ft->getSize(array, nullptr);
+    for (CMPICount i = 0; i < count; ++i) {
+      CMPIData element = array->ft->getElementAt(array, i, nullptr);
+      text += datum_text(element) + ";";
+      release_data(&element);
+    }
+    return text + "]";
+  }
+  if (d.type == CMPI_instance) return "instance " + embedded_marker(d.value.inst);
+  char *chars = value2Chars(d.type, &d.value);
+  const std::string text = chars != nullptr ? chars : "<no text>";
+  free(chars);
+  return text;
+}
+
+TEST_F(InstanceTest, APeekReadsEveryPropertyAsGetPropertyAtHandsItOut) {
+  sweep_every_type(setter(), getter(), CMPI_goodValue);
+  sweep_null_values(setter(), getter());
+  const CMPICount count = inst_->ft->getPropertyCount(inst_, nullptr);
+  ASSERT_EQ(50u, count);
+  for (CMPICount i = 0; i < count; ++i) {
+    CMPIString *name = nullptr;
+    CMPIData copy = inst_->ft->getPropertyAt(inst_, i, &name, nullptr);
+    const char *peeked_name = nullptr;
+    CMPIData peeked = {};
+    ASSERT_EQ(CMPI_RC_OK, +cmpiPeekPropertyAt(inst_, i, &peeked_name, &peeked));
+    const std::string expected_name = take(name);
+    EXPECT_EQ(expected_name, peeked_name);
+    EXPECT_EQ(val(copy.type), val(peeked.type)) << expected_name;
+    EXPECT_EQ(val(copy.state), val(peeked.state)) << expected_name;
+    EXPECT_EQ(datum_text(copy), datum_text(peeked)) << expected_name;
+    release_data(&copy);  // the copy is the caller's; the peeked datum is not
+  }
+}
+
+TEST_F(InstanceTest, APeekBorrowsTheStoredValueAndSeesItReplaced) {
+  inst_->ft->setProperty(inst_, "Name", reinterpret_cast<const CMPIValue *>("first"), CMPI_chars);
+  const char *name = nullptr;
+  CMPIData one = {};
+  CMPIData two = {};
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekPropertyAt(inst_, 0, &name, &one));
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekPropertyAt(inst_, 0, &name, &two));
+  EXPECT_EQ(val(one.value.string), val(two.value.string));  // the stored object, twice
+  CMPIData copy = inst_->ft->getPropertyAt(inst_, 0, nullptr, nullptr);
+  EXPECT_NE(val(one.value.string), val(copy.value.string));  // a getter hands out a copy
+  release_data(&copy);
+  inst_->ft->setProperty(inst_, "Name", reinterpret_cast<const CMPIValue *>("second"), CMPI_chars);
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekPropertyAt(inst_, 0, &name, &one));
+  EXPECT_STREQ("second", static_cast<const char *>(val(one.value.string)->hdl));
+}
+
+TEST_F(InstanceTest, APeekPastTheEndOrAtAnotherLibrarysInstanceIsRefused) {
+  const CMPIUint8 a = 1;
+  inst_->ft->setProperty(inst_, "Alpha", reinterpret_cast<const CMPIValue *>(&a), CMPI_uint8);
+  const char *name = nullptr;
+  CMPIData d = {};
+  EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, +cmpiPeekPropertyAt(inst_, 1, &name, &d));
+  EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekPropertyAt(nullptr, 0, &name, &d));
+  // The same record behind another function table: not known to be one of ours.
+  CMPIInstanceFT other_table = *inst_->ft;
+  CMPIInstance other = {inst_->hdl, &other_table};
+  EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekPropertyAt(&other, 0, &name, &d));
+  CMPIInstance no_handle = {nullptr, inst_->ft};
+  EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekPropertyAt(&no_handle, 0, &name, &d));
+}
+
+TEST_F(InstanceTest, APropertyLookReadsOursInPlaceAndAnyOtherThroughItsGetter) {
+  inst_->ft->setProperty(inst_, "Name", reinterpret_cast<const CMPIValue *>("fan"), CMPI_chars);
+  CMPIInstanceFT other_table = *inst_->ft;
+  CMPIInstance other = {inst_->hdl, &other_table};
+  for (const CMPIInstance *inst : {static_cast<const CMPIInstance *>(inst_),
+                                   static_cast<const CMPIInstance *>(&other)}) {
+    CMPIStatus rc = unset_status();
+    // The look of the other instance owns copies and releases them (the sanitizers' leak
+    // check would report them otherwise).
+    const cmpiinterface::PropertyLook look(inst, 0, &rc);
+    EXPECT_EQ(CMPI_RC_OK, +rc.rc);
+    EXPECT_STREQ("Name", look.name());
+    EXPECT_EQ(CMPI_string, +look.data().type);
+    EXPECT_EQ("fan", datum_text(look.data()));
+  }
+  CMPIStatus rc = unset_status();
+  const cmpiinterface::PropertyLook past(&other, 5, &rc);
+  EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, +rc.rc);
+  EXPECT_EQ(nullptr, past.name());
+}
+
 }  // namespace
+
