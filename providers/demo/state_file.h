@@ -31,6 +31,12 @@
 
 namespace demo {
 
+// The directory the file at path lives in ("." for a bare name).
+std::string state_directory_of(const std::string &path);
+
+// Whether owner may own the state file and its directory: root or the effective user.
+bool trusted_state_owner(uid_t owner);
+
 class StateFile {
  public:
   StateFile() = default;
@@ -44,6 +50,10 @@ class StateFile {
 
   // Whether path still names the file that open() checked.
   Outcome same_file(const std::string &path) const;
+
+  // The file open() checked.
+  dev_t device() const { return device_; }
+  ino_t inode() const { return inode_; }
 
   // Lets the checked file go. Do this before SQLite takes its first lock: closing any
   // descriptor of a file drops the process's POSIX locks on it.
