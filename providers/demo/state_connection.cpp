@@ -24,10 +24,12 @@ const char *const kStatements[] = {
     " LEFT JOIN DemoProperty p"
     " ON p.ClassName = i.ClassName AND p.InstanceKey = i.InstanceKey"
     " WHERE +i.ClassName = ? ORDER BY i.rowid",
-    // kExists
-    "SELECT 1 FROM DemoInstance WHERE ClassName = ? AND InstanceKey = ?",
-    // kProperties
-    "SELECT Name, Value FROM DemoProperty WHERE ClassName = ? AND InstanceKey = ?",
+    // kFind: no row when there is no such instance, else one row per stored property (or one
+    // row with NULLs for an instance without any): one read of the file, not two.
+    "SELECT p.Name, p.Value FROM DemoInstance i"
+    " LEFT JOIN DemoProperty p"
+    " ON p.ClassName = i.ClassName AND p.InstanceKey = i.InstanceKey"
+    " WHERE i.ClassName = ? AND i.InstanceKey = ?",
     // kInsertInstance
     "INSERT INTO DemoInstance (ClassName, InstanceKey) VALUES (?, ?)",
     // kWriteProperty

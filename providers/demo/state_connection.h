@@ -47,8 +47,7 @@ namespace demo {
 enum class Sql {
   kSeeded,
   kWalk,
-  kExists,
-  kProperties,
+  kFind,
   kInsertInstance,
   kWriteProperty,
   kClearProperties,

@@ -195,28 +195,23 @@ Outcome StateStore::list(const ClassDef &cls, std::vector<StoredInstance> *insta
 Outcome StateStore::find(const ClassDef &cls, const std::string &key, StoredInstance *instance,
                          bool *found) {
   *found = false;
-  {
-    StatementUse exists(*connection_, Sql::kExists);
-    if (!exists.prepared()) return error("the demo state cannot be read");
-    exists.bind(1, cls.name);
-    exists.bind(2, key);
-    const int rc = exists.step();
-    if (rc == SQLITE_DONE) return success();
-    if (rc != SQLITE_ROW) return error("the demo state cannot be read");
-  }
-  StatementUse query(*connection_, Sql::kProperties);
+  StatementUse query(*connection_, Sql::kFind);
   if (!query.prepared()) return error("the demo state cannot be read");
   query.bind(1, cls.name);
   query.bind(2, key);
   InstanceRows rows(cls);
   rows.start(key.data(), key.size());
+  bool any = false;
   int step = SQLITE_ROW;
   while ((step = query.step()) == SQLITE_ROW) {
+    any = true;
+    if (query.is_null(0)) continue;  // an instance without property rows
     const bool null = query.is_null(1);
     rows.add(query.chars(0), query.size(0), null ? nullptr : query.chars(1),
              null ? 0 : query.size(1));
   }
   if (step != SQLITE_DONE) return error("the demo state cannot be read");
+  if (!any) return success();
   *instance = rows.finish();
   *found = true;
   return success();
