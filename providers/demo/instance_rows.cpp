@@ -35,6 +35,7 @@ InstanceRows::InstanceRows(const ClassDef &cls) {
 void InstanceRows::start(const char *key, size_t size) {
   instance_.key.assign(key, size);
   std::fill(given_.begin(), given_.end(), false);
+  hint_ = 0;
 }
 
 bool InstanceRows::same_key(const char *key, size_t size) const {
@@ -42,11 +43,15 @@ bool InstanceRows::same_key(const char *key, size_t size) const {
 }
 
 void InstanceRows::add(const char *name, size_t name_size, const char *value, size_t value_size) {
-  const auto it = std::lower_bound(
-      byName_.begin(), byName_.end(), name_size, [name](const Slot &slot, size_t size) {
-        return compare(slot.name, slot.size, name, size) < 0;
-      });
-  if (it == byName_.end() || compare(it->name, it->size, name, name_size) != 0) return;
+  auto it = byName_.begin() + static_cast<std::ptrdiff_t>(hint_);
+  if (hint_ >= byName_.size() || compare(it->name, it->size, name, name_size) != 0) {
+    it = std::lower_bound(byName_.begin(), byName_.end(), name_size,
+                          [name](const Slot &slot, size_t size) {
+                            return compare(slot.name, slot.size, name, size) < 0;
+                          });
+    if (it == byName_.end() || compare(it->name, it->size, name, name_size) != 0) return;
+  }
+  hint_ = static_cast<size_t>(it - byName_.begin()) + 1;
   std::optional<std::string> &text = instance_.properties[it->index].text;
   if (value == nullptr) {
     text.reset();

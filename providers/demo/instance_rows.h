@@ -37,6 +37,8 @@ class InstanceRows {
     size_t index;
   };
   std::vector<Slot> byName_;
+  // Where the row after the last one is looked for first: rows come in name order.
+  size_t hint_ = 0;
   std::vector<bool> given_;
 };
 

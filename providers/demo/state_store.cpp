@@ -93,10 +93,13 @@ Outcome StateStore::open(const CMPIBroker *broker) {
   StateFile checked;
   Outcome opened = checked.open(file);
   if (!opened.ok()) return opened;
-  // The file exists and has been checked: SQLite may neither create it nor follow a link.
+  // The file exists and has been checked: SQLite may neither create it nor follow a link. The
+  // connection is used by one thread at a time (kept_connection.h hands it to one store), so
+  // SQLite need not lock it on every call.
   sqlite3 *db = nullptr;
-  if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr) !=
-      SQLITE_OK) {
+  if (sqlite3_open_v2(file.c_str(), &db,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX,
+                      nullptr) != SQLITE_OK) {
     const int code = db != nullptr ? sqlite3_errcode(db) & 0xff : SQLITE_NOMEM;
     Outcome outcome = failure(code == SQLITE_READONLY || code == SQLITE_PERM || code == SQLITE_AUTH
                                   ? CMPI_RC_ERR_ACCESS_DENIED
