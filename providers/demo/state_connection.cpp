@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "state_file.h"
 
 namespace demo {
@@ -45,10 +47,6 @@ static_assert(sizeof(kStatements) / sizeof(kStatements[0]) == static_cast<size_t
 
 }  // namespace
 
-bool StateConnection::Identity::operator==(const Identity &other) const {
-  return uid == other.uid && gid == other.gid && groups == other.groups;
-}
-
 StateConnection::Identity StateConnection::current_identity() {
   Identity identity;
   identity.uid = geteuid();
@@ -67,11 +65,24 @@ StateConnection::Identity StateConnection::current_identity() {
   return identity;
 }
 
+bool StateConnection::same_identity() const {
+  if (geteuid() != identity_.uid || getegid() != identity_.gid) return false;
+  gid_t groups[64];
+  const int count = getgroups(64, groups);
+  if (count < 0) return current_identity().groups == identity_.groups;
+  return static_cast<size_t>(count) == identity_.groups.size() &&
+         std::equal(groups, groups + count, identity_.groups.begin());
+}
+
 StateConnection::StateConnection(sqlite3 *db, std::string path, dev_t device, ino_t inode)
-    : db_(db), path_(std::move(path)), pid_(getpid()), identity_(current_identity()) {
+    : db_(db),
+      path_(std::move(path)),
+      directory_(state_directory_of(path_)),
+      pid_(getpid()),
+      identity_(current_identity()) {
   struct stat dir;
   struct stat file;
-  if (stat(state_directory_of(path_).c_str(), &dir) != 0 || lstat(path_.c_str(), &file) != 0) return;
+  if (stat(directory_.c_str(), &dir) != 0 || lstat(path_.c_str(), &file) != 0) return;
   if (file.st_dev != device || file.st_ino != inode) return;
   dirDevice_ = dir.st_dev;
   dirInode_ = dir.st_ino;
@@ -98,10 +109,10 @@ bool StateConnection::opened_here() const { return pid_ == getpid(); }
 
 bool StateConnection::reusable(const std::string &path) const {
   if (!known_ || !opened_here() || path != path_) return false;
-  if (!(current_identity() == identity_)) return false;
+  if (!same_identity()) return false;
   if (sqlite3_get_autocommit(db_) == 0) return false;
   struct stat dir;
-  if (stat(state_directory_of(path_).c_str(), &dir) != 0 || !S_ISDIR(dir.st_mode) ||
+  if (stat(directory_.c_str(), &dir) != 0 || !S_ISDIR(dir.st_mode) ||
       !trusted_state_owner(dir.st_uid) || (dir.st_mode & (S_IWGRP | S_IWOTH)) != 0 ||
       dir.st_dev != dirDevice_ || dir.st_ino != dirInode_ || dir.st_uid != dirOwner_ ||
       dir.st_gid != dirGroup_ || dir.st_mode != dirMode_)

@@ -83,12 +83,14 @@ class StateConnection {
     uid_t uid = 0;
     gid_t gid = 0;
     std::vector<gid_t> groups;
-    bool operator==(const Identity &other) const;
   };
   static Identity current_identity();
+  // Whether the process runs as identity_ now.
+  bool same_identity() const;
 
   sqlite3 *db_;
   std::string path_;
+  std::string directory_;
   pid_t pid_;
   Identity identity_;
   // The directory and the file as they were when the connection was opened.
