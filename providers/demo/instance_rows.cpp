@@ -63,11 +63,20 @@ void InstanceRows::add(const char *name, size_t name_size, const char *value, si
   given_[it->index] = true;
 }
 
-const StoredInstance &InstanceRows::finish() {
+void InstanceRows::complete() {
   for (size_t i = 0; i < given_.size(); ++i) {
     if (!given_[i]) instance_.properties[i].text.reset();
   }
+}
+
+const StoredInstance &InstanceRows::finish() {
+  complete();
   return instance_;
+}
+
+StoredInstance InstanceRows::take() {
+  complete();
+  return std::move(instance_);
 }
 
 }  // namespace demo

@@ -27,8 +27,13 @@ class InstanceRows {
   // The instance put together since start(); valid until the next start(). The object (and its
   // strings' storage) is reused from one instance to the next.
   const StoredInstance &finish();
+  // The instance put together since start(), handed over: the last use of the object.
+  StoredInstance take();
 
  private:
+  // Makes every property without a row null.
+  void complete();
+
   StoredInstance instance_;
   // The stored properties by name (byte order): name, length, index into instance_.properties.
   struct Slot {

@@ -11,8 +11,9 @@
 // by one, while the destructor runs exactly once, after the last request.) In a forked child,
 // the connection inherited from the parent is closed the same way, without being used; this
 // cannot disturb the parent: a kept connection has no statement running and no transaction
-// open, so SQLite holds no lock through it and closing it writes nothing (the state uses
-// SQLite's rollback journal, which is never touched on close), and the POSIX locks a descriptor
+// open, so SQLite holds no lock through it and closing it writes nothing (the provider never
+// switches the file to write-ahead logging, and with the rollback journal a connection without a
+// transaction closes without touching the file), and the POSIX locks a descriptor
 // carries belong to the process that took them, which a child never inherits, so closing the
 // child's copy of the descriptor cannot release any lock of the parent.
 #ifndef DEMO_PROVIDER_KEPT_CONNECTION_H

@@ -17,6 +17,8 @@
 // still leads to the inode checked here. The directory rule is what makes this sound: only root
 // and the provider's own user can change what the name points at in between. (SQLite cannot be
 // handed the checked descriptor, and a "/proc/self/fd/N" name would put its journal in /proc.)
+// A connection kept for later requests is checked again on each of them with a stat and an
+// lstat instead (state_connection.h says why that is enough).
 //
 // Refusals are CMPI_RC_ERR_FAILED, with a message naming the path and the reason; a file or
 // directory the user may not open or create gives CMPI_RC_ERR_ACCESS_DENIED.

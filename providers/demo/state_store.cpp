@@ -215,7 +215,7 @@ Outcome StateStore::find(const ClassDef &cls, const std::string &key, StoredInst
   }
   if (step != SQLITE_DONE) return error("the demo state cannot be read");
   if (!any) return success();
-  *instance = rows.finish();
+  *instance = rows.take();
   *found = true;
   return success();
 }
