@@ -30,6 +30,10 @@
 //
 // Writes by other processes are seen by the next read: SQLite compares the file's change
 // counter at the start of every read transaction and drops its cache when it moved.
+// One difference remains, on purpose: a kept connection does not look again whether the file has
+// its tables and initial instances (that look is a read of the file per request). Tables removed
+// from the file in place, by root or the provider's user (nobody else may write it), make
+// requests fail until the connection is opened again, where a fresh open sets them up anew.
 #ifndef DEMO_PROVIDER_STATE_CONNECTION_H
 #define DEMO_PROVIDER_STATE_CONNECTION_H
 
