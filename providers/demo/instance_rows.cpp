@@ -18,6 +18,8 @@ int compare(const char *a, size_t a_size, const char *b, size_t b_size) {
 }  // namespace
 
 InstanceRows::InstanceRows(const ClassDef &cls) {
+  instance_.properties.reserve(cls.count);
+  byName_.reserve(cls.count);
   for (const PropertyDef &def : cls) {
     if (def.is_computed()) continue;
     StoredProperty property;
