@@ -137,6 +137,12 @@ CMPIrc read_keys(const CMPIBroker *broker, FieldReader *reader, CMPIObjectPath *
     std::optional<std::string> text;
     if (!read_triple(reader, &name, &type, &text)) return CMPI_RC_ERR_FAILED;
     if (!text) continue;  // keys are never null
+    if (type == CMPI_string) {
+      // The characters go in as they are; the broker makes the string.
+      const CMPIStatus st = CMAddKey(op, name.c_str(), text->c_str(), CMPI_chars);
+      if (st.rc != CMPI_RC_OK) return st.rc;
+      continue;
+    }
     CMPIValue value;
     const CMPIrc rc = decode_value(broker, type, *text, &value);
     if (rc != CMPI_RC_OK) return rc;
@@ -192,6 +198,10 @@ CMPIrc decode_instance(const CMPIBroker *broker, const std::string &text, CMPIVa
       rc = CMSetProperty(inst, name.c_str(), nullptr, type).rc;
       continue;
     }
+    if (type == CMPI_string) {
+      rc = CMSetProperty(inst, name.c_str(), value_text->c_str(), CMPI_chars).rc;
+      continue;
+    }
     CMPIValue value;
     rc = decode_value(broker, type, *value_text, &value);
     if (rc != CMPI_RC_OK) break;
@@ -216,8 +226,10 @@ CMPIrc decode_array(const CMPIBroker *broker, CMPIType type, const std::string &
   for (size_t i = 0; i < fields.size(); ++i) {
     if (!fields[i]) continue;  // elements start null
     CMPIValue value;
-    CMPIrc rc = decode_value(broker, element, *fields[i], &value);
-    if (rc == CMPI_RC_OK) {
+    CMPIrc rc = CMPI_RC_OK;
+    if (element == CMPI_string) {
+      rc = CMSetArrayElementAt(array, static_cast<CMPICount>(i), fields[i]->c_str(), CMPI_chars).rc;
+    } else if ((rc = decode_value(broker, element, *fields[i], &value)) == CMPI_RC_OK) {
       rc = CMSetArrayElementAt(array, static_cast<CMPICount>(i), &value, element).rc;
       release_value(element, &value);
     }

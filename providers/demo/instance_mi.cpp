@@ -1,7 +1,7 @@
 // instance_mi.cpp - the instance MI of DemoProvider (factory DemoProvider_Create_InstanceMI).
 //
-// The factory keeps the broker it is given; every object this MI makes comes from it. Nothing
-// else outlives a request: each request opens and closes the state itself.
+// The factory keeps the broker it is given; every object this MI makes comes from it. Each
+// request opens the state itself; only the state connection outlives it (kept_connection.h).
 #include <cmpimacs.h>
 
 #include "instance_model.h"

@@ -140,6 +140,37 @@ void computed_value(const PropertyDef &def, CMPIValue *value, CMPIType *type) {
   *type = CMPI_uint32;
 }
 
+// The stored property of def in stored: where class order puts it (at *next, just after the
+// previous one found), else wherever it is. Names are unique within a stored instance, so the
+// one found in place is the one find() would give.
+const StoredProperty *stored_property(const StoredInstance &stored, const PropertyDef &def,
+                                      size_t *next) {
+  const std::vector<StoredProperty> &properties = stored.properties;
+  const StoredProperty *found = nullptr;
+  if (*next < properties.size() && same_name(properties[*next].name.c_str(), def.name))
+    found = &properties[*next];
+  else
+    found = stored.find(def.name);
+  if (found != nullptr) *next = static_cast<size_t>(found - properties.data()) + 1;
+  return found;
+}
+
+// Sets the stored value of property on inst (as def's type); a string goes in as its
+// characters, which the broker copies into a string of its own.
+Outcome set_stored_value(const CMPIBroker *broker, CMPIInstance *inst, const PropertyDef &def,
+                         const StoredProperty &property) {
+  if (def.type == CMPI_string && property.type == CMPI_string && property.text) {
+    CMSetProperty(inst, def.name, property.text->c_str(), CMPI_chars);
+    return success();
+  }
+  CMPIValue value;
+  Outcome outcome = value_of(broker, property, &value);
+  if (!outcome.ok()) return outcome;
+  CMSetProperty(inst, def.name, &value, def.type);
+  release_value(def.type, &value);
+  return success();
+}
+
 }  // namespace
 
 StoredProperty *StoredInstance::find(const char *name) {
@@ -269,9 +300,16 @@ CMPIObjectPath *path_of(const CMPIBroker *broker, const ClassDef &cls, const Sto
     *outcome = failure(CMPI_RC_ERR_FAILED, "no object path could be made");
     return nullptr;
   }
+  size_t next = 0;
   for (const PropertyDef &def : cls) {
     if (!def.is_key()) continue;
-    const StoredProperty *property = stored.find(def.name);
+    const StoredProperty *property = stored_property(stored, def, &next);
+    if (property != nullptr && def.type == CMPI_string && property->type == CMPI_string &&
+        property->text) {
+      // The characters go in as they are; the broker makes the string.
+      CMAddKey(op, def.name, property->text->c_str(), CMPI_chars);
+      continue;
+    }
     CMPIValue value;
     *outcome = property != nullptr
                    ? value_of(broker, *property, &value)
@@ -297,16 +335,17 @@ CMPIInstance *instance_of(const CMPIBroker *broker, const ClassDef &cls,
     *outcome = failure(CMPI_RC_ERR_FAILED, "no instance could be made");
     return nullptr;
   }
+  size_t next = 0;
   for (const PropertyDef &def : cls) {
     if (!def.is_key() && properties != nullptr && !listed(properties, def.name)) continue;
-    CMPIValue value;
-    CMPIType type = def.type;
     if (def.is_computed()) {
+      CMPIValue value;
+      CMPIType type = def.type;
       computed_value(def, &value, &type);
       CMSetProperty(inst, def.name, &value, type);
       continue;
     }
-    const StoredProperty *property = stored.find(def.name);
+    const StoredProperty *property = stored_property(stored, def, &next);
     if (property == nullptr || !property->text) {
       // A null reference or embedded instance is left out: the wire form of an instance has no
       // null for them, and a host could not pass the instance on.
@@ -314,13 +353,11 @@ CMPIInstance *instance_of(const CMPIBroker *broker, const ClassDef &cls,
         CMSetProperty(inst, def.name, nullptr, def.type);
       continue;
     }
-    *outcome = value_of(broker, *property, &value);
+    *outcome = set_stored_value(broker, inst, def, *property);
     if (!outcome->ok()) {
       CMRelease(inst);
       return nullptr;
     }
-    CMSetProperty(inst, def.name, &value, def.type);
-    release_value(def.type, &value);
   }
   *outcome = success();
   return inst;

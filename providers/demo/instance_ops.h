@@ -1,6 +1,7 @@
 // instance_ops.h - the instance operations on the provider's state, shared by the instance MI
-// and the local-call entries. Each opens the state for itself and closes it before returning;
-// what it returns goes into result, ended with returnDone when the operation succeeds. The
+// and the local-call entries. Each opens the state for itself (taking up the connection kept
+// from an earlier request when it may, state_store.h) and lets it go before returning; what it
+// returns goes into result, ended with returnDone when the operation succeeds. The
 // enumerations and the query return each instance as soon as its rows are read from the state
 // (StateStore::each); a failure part-way ends them without returnDone, after the instances
 // already returned.

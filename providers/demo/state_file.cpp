@@ -13,21 +13,12 @@ namespace demo {
 
 namespace {
 
-std::string directory_of(const std::string &path) {
-  const size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  if (slash == 0) return "/";
-  return path.substr(0, slash);
-}
-
-bool trusted_owner(uid_t owner) { return owner == 0 || owner == geteuid(); }
-
 std::string owners() { return "neither root nor uid " + std::to_string(geteuid()); }
 
 bool denied_errno(int error) { return error == EACCES || error == EPERM || error == EROFS; }
 
 Outcome check_directory(const std::string &path) {
-  const std::string dir = directory_of(path);
+  const std::string dir = state_directory_of(path);
   if (dir != "/" && dir != ".") mkdir(dir.c_str(), 0755);  // one level; the checks below decide
   struct stat st;
   if (stat(dir.c_str(), &st) != 0) {
@@ -38,7 +29,7 @@ Outcome check_directory(const std::string &path) {
   }
   if (!S_ISDIR(st.st_mode))
     return failure(CMPI_RC_ERR_FAILED, "the demo state directory " + dir + " is not a directory");
-  if (!trusted_owner(st.st_uid)) {
+  if (!trusted_state_owner(st.st_uid)) {
     return failure(CMPI_RC_ERR_FAILED, "the demo state directory " + dir + " belongs to uid " +
                                            std::to_string(st.st_uid) + ", " + owners() +
                                            "; the state is not kept there");
@@ -71,6 +62,15 @@ int open_file(const std::string &path) {
 
 }  // namespace
 
+std::string state_directory_of(const std::string &path) {
+  const size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  if (slash == 0) return "/";
+  return path.substr(0, slash);
+}
+
+bool trusted_state_owner(uid_t owner) { return owner == 0 || owner == geteuid(); }
+
 StateFile::~StateFile() { close(); }
 
 void StateFile::close() {
@@ -100,7 +100,7 @@ Outcome StateFile::open(const std::string &path) {
   } else if (!S_ISREG(st.st_mode)) {
     outcome = failure(CMPI_RC_ERR_FAILED,
                       "the demo state " + path + " is not a regular file; it is not used");
-  } else if (!trusted_owner(st.st_uid)) {
+  } else if (!trusted_state_owner(st.st_uid)) {
     outcome = failure(CMPI_RC_ERR_FAILED, "the demo state " + path + " belongs to uid " +
                                               std::to_string(st.st_uid) + ", " + owners() +
                                               "; it is not used");

@@ -17,6 +17,8 @@
 // still leads to the inode checked here. The directory rule is what makes this sound: only root
 // and the provider's own user can change what the name points at in between. (SQLite cannot be
 // handed the checked descriptor, and a "/proc/self/fd/N" name would put its journal in /proc.)
+// A connection kept for later requests is checked again on each of them with a stat and an
+// lstat instead (state_connection.h says why that is enough).
 //
 // Refusals are CMPI_RC_ERR_FAILED, with a message naming the path and the reason; a file or
 // directory the user may not open or create gives CMPI_RC_ERR_ACCESS_DENIED.
@@ -31,6 +33,12 @@
 
 namespace demo {
 
+// The directory the file at path lives in ("." for a bare name).
+std::string state_directory_of(const std::string &path);
+
+// Whether owner may own the state file and its directory: root or the effective user.
+bool trusted_state_owner(uid_t owner);
+
 class StateFile {
  public:
   StateFile() = default;
@@ -44,6 +52,10 @@ class StateFile {
 
   // Whether path still names the file that open() checked.
   Outcome same_file(const std::string &path) const;
+
+  // The file open() checked.
+  dev_t device() const { return device_; }
+  ino_t inode() const { return inode_; }
 
   // Lets the checked file go. Do this before SQLite takes its first lock: closing any
   // descriptor of a file drops the process's POSIX locks on it.

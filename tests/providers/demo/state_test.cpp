@@ -1,6 +1,6 @@
-// The demo provider's state file: created and seeded on first use, shared by processes, opened
-// per request (so a forked, user-switched host can use it), and read-only for users who cannot
-// write it.
+// The demo provider's state file: created and seeded on first use, shared by processes (a
+// forked, user-switched host can use it; kept_state_test.cpp tests the connection kept between
+// requests), and read-only for users who cannot write it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
@@ -147,7 +147,7 @@ TEST_F(DemoTest, ForkedProcessesShareTheStateAndWaitForEachOther) {
 TEST_F(DemoTest, AWriterWaitsWhileAnotherProcessHoldsTheState) {
   ASSERT_EQ(CountOf(provider_, "Demo_Chassis"), 1u);
   // The child is forked before this process opens the file itself: SQLite connections must
-  // not cross a fork (the provider never keeps one open, so it is never affected).
+  // not cross a fork (the provider's kept connection does not: the child opens its own).
   int locked[2];
   ASSERT_EQ(pipe(locked), 0);
   const pid_t pid = fork();
