@@ -112,8 +112,8 @@ class FrameScanner {
   }
 
   // A JSON number. Integers become jsoncpp's signed kind up to INT64_MAX and its unsigned kind
-  // above; other numbers are reals read with strtod. Integers beyond 64 bits and reals that
-  // overflow or underflow (jsoncpp's own handling of those differs) are not taken.
+  // above; other numbers are reals read with strtod. Integers beyond 64 bits (which jsoncpp
+  // reads as reals) and reals that underflow are not taken.
   bool number(uint32_t *index) {
     const char *start = at_;
     const bool negative = (*at_ == '-');
@@ -176,6 +176,9 @@ class FrameScanner {
     char *stop = nullptr;
     const double real = strtod_l(start, &stop, c_locale());
     if (stop != at_) return false;
+    // A real too large for a double (the host writes infinities as 1e+9999) makes jsoncpp
+    // refuse the whole frame; one too small for a normal double it reads in a way of its own.
+    // Both are left to jsoncpp.
     if (!std::isfinite(real)) return false;
     if (real == 0.0 ? nonzero_digit : !std::isnormal(real)) return false;
     *index = new_node(FrameView::kReal);
@@ -220,17 +223,25 @@ class FrameScanner {
           out.push_back('\t');
           break;
         case 'u': {
-          if (end_ - at_ < 4) return false;
           unsigned int code = 0;
-          for (int i = 0; i < 4; ++i) {
-            const int digit = hex_digit(at_[i]);
-            if (digit < 0) return false;
-            code = code * 16 + static_cast<unsigned int>(digit);
+          if (!hex4(&code)) return false;
+          // NUL would end the text early for jsoncpp's users. A surrogate is taken only as the
+          // first half of a pair whose second half follows as "\u" escape; jsoncpp's reading
+          // of other surrogates is its own.
+          if (code == 0 || (code >= 0xDC00 && code <= 0xDFFF)) return false;
+          if (code >= 0xD800 && code <= 0xDBFF) {
+            if (end_ - at_ < 2 || at_[0] != '\\' || at_[1] != 'u') return false;
+            at_ += 2;
+            unsigned int low = 0;
+            if (!hex4(&low) || low < 0xDC00 || low > 0xDFFF) return false;
+            code = 0x10000 + ((code & 0x3FF) << 10) + (low & 0x3FF);
           }
-          at_ += 4;
-          // NUL would end the text early in jsoncpp's users; surrogates pair up there.
-          if (code == 0 || (code >= 0xD800 && code <= 0xDFFF)) return false;
-          if (code < 0x80) {
+          if (code >= 0x10000) {
+            out.push_back(static_cast<char>(0xF0 | (code >> 18)));
+            out.push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
+            out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+            out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+          } else if (code < 0x80) {
             out.push_back(static_cast<char>(code));
           } else if (code < 0x800) {
             out.push_back(static_cast<char>(0xC0 | (code >> 6)));
@@ -248,6 +259,19 @@ class FrameScanner {
     }
     *size = static_cast<uint32_t>(out.size() - *offset);
     out.push_back('\0');
+    return true;
+  }
+
+  // Four hex digits of a "\u" escape.
+  bool hex4(unsigned int *code) {
+    if (end_ - at_ < 4) return false;
+    *code = 0;
+    for (int i = 0; i < 4; ++i) {
+      const int digit = hex_digit(at_[i]);
+      if (digit < 0) return false;
+      *code = *code * 16 + static_cast<unsigned int>(digit);
+    }
+    at_ += 4;
     return true;
   }
 

@@ -3,7 +3,7 @@
 // FrameView::read accepts only the text the host writes: one JSON object of plain JSON (no
 // comments, no trailing commas or text after the root), every object's member names in
 // jsoncpp's order (bytewise ascending, so no name twice), strings without "\u0000" or
-// surrogate escapes, numbers that jsoncpp would read as the same 64-bit integer or the same
+// surrogate escapes other than whole pairs, numbers that jsoncpp would read as the same 64-bit integer or the same
 // double, at most 200 levels deep. Anything else gives false, before anything is logged or
 // made, and the caller reads the same text with jsoncpp as before.
 //

@@ -352,18 +352,22 @@ int createConstClass(ServerResp *response, const Json::Value &document) {
 }
 
 extern "C" ServerResp *deserializeResp(const char *text) {
-  CMPIU_TRACE_FUNCTION();
+  return cmpiutility::deserialize_response(text, cmpiutility::FrameReader::kViewFirst);
+}
+
+ServerResp *cmpiutility::deserialize_response(const char *text, FrameReader frame_reader) {
+  ::cmpiutility::ScopedTrace cmpiu_scoped_trace_(kDeserialize);
   if (text == nullptr) return nullptr;
   const size_t length = strlen(text);
   CMPIU_TRACE("INFO: serialized data len:%zu and data = %s", length, text);
   ServerResp *record = static_cast<ServerResp *>(cmpiu_calloc(1, sizeof(ServerResp)));
   if (record == nullptr) {
-    CMPIU_ERROR_AT(__func__, 2422, "'Memory allocation failed'");
+    CMPIU_ERROR_AT(kDeserialize, 2422, "'Memory allocation failed'");
     return nullptr;
   }
   RecordGuard guard{record};
 
-  if (decode_from_view(record, text, length)) {
+  if (frame_reader == FrameReader::kViewFirst && decode_from_view(record, text, length)) {
     guard.record = nullptr;
     return record;
   }
@@ -372,7 +376,7 @@ extern "C" ServerResp *deserializeResp(const char *text) {
   Json::Value document;
   std::string errors;
   if (!reader->parse(text, text + length, &document, &errors)) {
-    CMPIU_ERROR_AT(__func__, 2427, "'Json parsing failed'");
+    CMPIU_ERROR_AT(kDeserialize, 2427, "'Json parsing failed'");
     guard.record = nullptr;
     return record;
   }
@@ -390,7 +394,7 @@ extern "C" ServerResp *deserializeResp(const char *text) {
     case INVOKEMETHOD:
       record->retType = static_cast<CMPIType>(number(document, "RetVal") & 0xFFFFu);
       if ((createCMArgs(nullptr, record, document) & 1) != 0) {
-        CMPIU_ERROR_AT(__func__, 2558, "'createCMArgs failed'");
+        CMPIU_ERROR_AT(kDeserialize, 2558, "'createCMArgs failed'");
       }
       break;
     case CREATEINST:
