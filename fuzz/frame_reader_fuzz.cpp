@@ -40,7 +40,7 @@ std::string read_frame(const std::string &text, FrameReader reader) {
   dlog_set_sink(nullptr, nullptr);
   if (record == nullptr) return out + "no record\n";
   out += "type " + std::to_string(record->type) + " rc " +
-         std::to_string(static_cast<int>(record->status.rc)) + "\n";
+         std::to_string(cmpiutility::status_code(record->status)) + "\n";
   if (record->status.msg != nullptr) {
     const char *chars = CMGetCharPtr(record->status.msg);
     out += std::string("message ") + (chars != nullptr ? chars : "<no chars>") + "\n";

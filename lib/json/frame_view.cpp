@@ -186,19 +186,27 @@ class FrameScanner {
     return true;
   }
 
+  // Writes decoded text into the view's text buffer, which read() sized for the whole frame.
+  struct TextOut {
+    char *base;
+    size_t used;
+    void push_back(char c) { base[used++] = c; }
+    size_t size() const { return used; }
+  };
+
   // A string, decoded into the view's text; its offset and size there.
   bool string(uint32_t *offset, uint32_t *size) {
     ++at_;  // the opening quote
-    std::vector<char> &out = view_->text_;
+    TextOut out{view_->text_.data(), view_->text_used_};
     *offset = static_cast<uint32_t>(out.size());
     while (true) {
+      // A run of plain bytes is copied at once.
+      const char *run = at_;
+      while (at_ != end_ && *at_ != '"' && *at_ != '\\') ++at_;
+      std::memcpy(out.base + out.used, run, static_cast<size_t>(at_ - run));
+      out.used += static_cast<size_t>(at_ - run);
       if (at_ == end_) return false;
-      const char c = *at_++;
-      if (c == '"') break;
-      if (c != '\\') {
-        out.push_back(c);
-        continue;
-      }
+      if (*at_++ == '"') break;
       if (at_ == end_) return false;
       const char escape = *at_++;
       switch (escape) {
@@ -259,6 +267,7 @@ class FrameScanner {
     }
     *size = static_cast<uint32_t>(out.size() - *offset);
     out.push_back('\0');
+    view_->text_used_ = out.used;
     return true;
   }
 
@@ -367,11 +376,11 @@ class FrameScanner {
 bool FrameView::read(const char *text, size_t length) {
   nodes_.clear();
   children_.clear();
-  text_.clear();
+  text_used_ = 0;
   if (length >= UINT32_MAX / 2) return false;
-  // Decoded strings never grow: the text never needs more room than the frame itself, so the
-  // offsets held by the nodes stay valid.
-  text_.reserve(length + 1);
+  // A decoded string and its NUL never take more bytes than its text in the frame, quotes
+  // included: the frame's length is room enough for all of them.
+  text_.resize(length + 1);
   nodes_.reserve(length / 16 + 2);
   Node absent;  // node 0: what an absent member reads as
   std::memset(&absent, 0, sizeof(absent));

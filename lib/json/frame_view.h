@@ -130,6 +130,7 @@ class FrameView {
   std::vector<Node> nodes_;         // node 0 is the null value absent members read as
   std::vector<uint32_t> children_;  // each container's entries, contiguous, in order
   std::vector<char> text_;          // decoded strings and names, each NUL-terminated
+  size_t text_used_ = 0;            // bytes of text_ in use
 };
 
 }  // namespace cmpiutility

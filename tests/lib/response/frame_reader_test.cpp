@@ -74,7 +74,7 @@ Outcome read_frame(const std::string &text, FrameReader reader) {
   if (record == nullptr) return outcome;
   outcome.has_record = true;
   outcome.type = record->type;
-  outcome.rc = static_cast<int>(record->status.rc);
+  outcome.rc = cmpiutility::status_code(record->status);
   if (record->status.msg != nullptr) {
     const char *chars = CMGetCharPtr(record->status.msg);
     outcome.message = chars != nullptr ? chars : "<no chars>";
