@@ -351,12 +351,11 @@ int createConstClass(ServerResp *response, const Json::Value &document) {
   return 0;
 }
 
-extern "C" ServerResp *deserializeResp(const char *text) {
-  return cmpiutility::deserialize_response(text, cmpiutility::FrameReader::kViewFirst);
-}
+namespace {
 
-ServerResp *cmpiutility::deserialize_response(const char *text, FrameReader frame_reader) {
-  ::cmpiutility::ScopedTrace cmpiu_scoped_trace_(kDeserialize);
+// What deserializeResp does inside its Enter and Exit lines, with the given reader.
+ServerResp *read_response(const char *text, cmpiutility::FrameReader frame_reader) {
+  using cmpiutility::FrameReader;
   if (text == nullptr) return nullptr;
   const size_t length = strlen(text);
   CMPIU_TRACE("INFO: serialized data len:%zu and data = %s", length, text);
@@ -409,4 +408,16 @@ ServerResp *cmpiutility::deserialize_response(const char *text, FrameReader fram
   }
   guard.record = nullptr;
   return record;
+}
+
+}  // namespace
+
+extern "C" ServerResp *deserializeResp(const char *text) {
+  CMPIU_TRACE_FUNCTION();
+  return read_response(text, cmpiutility::FrameReader::kViewFirst);
+}
+
+ServerResp *cmpiutility::deserialize_response(const char *text, FrameReader frame_reader) {
+  ::cmpiutility::ScopedTrace cmpiu_scoped_trace_(kDeserialize);
+  return read_response(text, frame_reader);
 }
