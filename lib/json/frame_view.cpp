@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <locale>
 
 namespace cmpiutility {
 
@@ -30,10 +31,15 @@ int hex_digit(char c) {
   return -1;
 }
 
-// Reals are read as jsoncpp reads them: its stream extraction ends in strtod of the C locale.
+// Reals are read as jsoncpp reads them: its stream extraction ends in strtod of the C locale,
+// after the stream took the decimal point from the program's global C++ locale.
 locale_t c_locale() {
   static const locale_t locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
   return locale;
+}
+
+bool stream_decimal_point_is_dot() {
+  return std::use_facet<std::numpunct<char>>(std::locale()).decimal_point() == '.';
 }
 
 }  // namespace
@@ -173,6 +179,11 @@ class FrameScanner {
       }
       return true;
     }
+    // A program whose global C++ locale writes another decimal point has jsoncpp read reals
+    // its own way; such reals are left to it.
+    if (c_locale() == static_cast<locale_t>(nullptr)) return false;
+    if (reals_known_ == 0) reals_known_ = stream_decimal_point_is_dot() ? 1 : -1;
+    if (reals_known_ < 0) return false;
     char *stop = nullptr;
     const double real = strtod_l(start, &stop, c_locale());
     if (stop != at_) return false;
@@ -371,6 +382,7 @@ class FrameScanner {
   const char *at_;
   const char *end_;
   std::vector<uint32_t> pending_;
+  int reals_known_ = 0;  // 1: reals are read here, -1: left to jsoncpp, 0: not asked yet
 };
 
 bool FrameView::read(const char *text, size_t length) {

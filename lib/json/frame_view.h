@@ -2,10 +2,11 @@
 //
 // FrameView::read accepts only the text the host writes: one JSON object of plain JSON (no
 // comments, no trailing commas or text after the root), every object's member names in
-// jsoncpp's order (bytewise ascending, so no name twice), strings without "\u0000" or
-// surrogate escapes other than whole pairs, numbers that jsoncpp would read as the same 64-bit integer or the same
-// double, at most 200 levels deep. Anything else gives false, before anything is logged or
-// made, and the caller reads the same text with jsoncpp as before.
+// jsoncpp's order (bytewise ascending, so no name twice), strings without "\u0000" and with
+// surrogate escapes only as whole pairs, numbers that jsoncpp would read as the same 64-bit
+// integer or the same double (reals only while the global C++ locale, whose decimal point
+// jsoncpp's number stream uses, writes a dot), at most 200 levels deep. Anything else gives
+// false, before anything is logged or made, and the caller reads the same text with jsoncpp.
 //
 // FrameNode answers the part of Json::Value's const interface the decoders use, with
 // jsoncpp's results for each kind of value (the same conversions, absent members reading as

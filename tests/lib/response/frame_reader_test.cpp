@@ -18,6 +18,7 @@
 #include <cstring>
 #include <exception>
 #include <limits>
+#include <locale>
 #include <random>
 #include <regex>
 #include <string>
@@ -354,7 +355,8 @@ std::vector<std::string> written_frames() {
       "{\"ClassName\":\"C\",\"InstanceProps\":{},\"NameSpace\":\"n\",\"RequestType\":" +
           enum_inst + "}",
       "{\"ClassName\":\"C\",\"InstanceProps\":{\"A\":{\"DataState\":0,\"DataType\":4352,"
-      "\"Value\":{\"ClassName\":\"R\",\"NameSpace\":\"n\",\"key\":\"X=1,\"}},\"B\":{\"CMPIInstance\":"
+      "\"Value\":{\"ClassName\":\"R\",\"NameSpace\":\"n\",\"key\":\"X=1,\"}},"
+      "\"B\":{\"CMPIInstance\":"
       "{\"ClassName\":\"E\",\"InstanceProps\":{\"Z\":{\"DataType\":8,\"Value\":-2.5e-3}},"
       "\"NameSpace\":\"n\"},\"DataType\":4096},\"C\":{\"DataType\":12288,\"Value\":[{"
       "\"ClassName\":\"E\",\"InstanceProps\":null,\"NameSpace\":\"n\"}]},\"D\":{\"DataType\":"
@@ -381,11 +383,13 @@ std::vector<std::string> mutations(const std::string &frame, std::mt19937 &rando
   std::vector<std::string> out;
   for (int k = 1; k < 8; ++k) out.push_back(frame.substr(0, frame.size() * k / 8));
   // Members twice and out of order.
-  out.push_back(replace_first(frame, "\"DataState\":(\\d+),", "\"DataState\":$1,\"DataState\":1024,"));
+  out.push_back(
+      replace_first(frame, "\"DataState\":(\\d+),", "\"DataState\":$1,\"DataState\":1024,"));
   out.push_back(replace_first(frame, "\"DataState\":(\\d+),\"DataType\":(\\d+)",
                               "\"DataType\":$2,\"DataState\":$1"));
   out.push_back(replace_first(frame, "^\\{", "{\"Zzz\":1,"));
-  out.push_back(replace_first(frame, "\"RequestType\":(\\d+)", "\"RequestType\":$1,\"RequestType\":3"));
+  out.push_back(
+      replace_first(frame, "\"RequestType\":(\\d+)", "\"RequestType\":$1,\"RequestType\":3"));
   // Numbers of other kinds and out of range.
   const char *numbers[] = {"-$1",  "$1.0", "$1e0", "-0", "99999999999999999999999",
                            "1e999", "1e-999", "\"$1\"", "true", "null", "[$1]", "{}",
@@ -393,7 +397,8 @@ std::vector<std::string> mutations(const std::string &frame, std::mt19937 &rando
                            "-9223372036854775808", "-9223372036854775809"};
   for (const char *number : numbers) {
     out.push_back(replace_first(frame, "\"Value\":(\\d+)", std::string("\"Value\":") + number));
-    out.push_back(replace_first(frame, "\"DataType\":(\\d+)", std::string("\"DataType\":") + number));
+    out.push_back(
+        replace_first(frame, "\"DataType\":(\\d+)", std::string("\"DataType\":") + number));
   }
   out.push_back(replace_first(frame, "\"Value\":(-?[0-9.]+e[-+]?\\d+)", "\"Value\":\"$1\""));
   const char *types[] = {"0", "2", "3", "8", "9", "12", "16", "144", "1280", "4096", "4352",
@@ -412,7 +417,8 @@ std::vector<std::string> mutations(const std::string &frame, std::mt19937 &rando
                            "\\u00E9", "\\/", "\\x", "\\u12", "\t", "\\\\u0041", "\\uD834\\uDD1E"};
   for (const char *escape : escapes) {
     out.push_back(replace_first(frame, "\"Value\":\"", std::string("\"Value\":\"") + escape));
-    out.push_back(replace_first(frame, "\"InstanceProps\":\\{\"", std::string("\"InstanceProps\":{\"") + escape));
+    out.push_back(replace_first(frame, "\"InstanceProps\":\\{\"",
+                                std::string("\"InstanceProps\":{\"") + escape));
   }
   out.push_back(replace_first(frame, "\"key\":\"[^\"]*\"", "\"key\":5"));
   out.push_back(replace_first(frame, "\"key\":\"[^\"]*\"", "\"key\":[]"));
@@ -559,6 +565,25 @@ TEST(FrameReader, NumbersTakenConvertAsJsoncppConvertsThem) {
     }
     if (testing::Test::HasFailure()) return;
   }
+}
+
+// A program whose global C++ locale writes reals with a decimal comma.
+struct DecimalComma : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+};
+
+TEST(FrameReader, RealsUnderAGlobalLocaleWithADecimalComma) {
+  const std::string frame = "{\"ClassName\":\"C\",\"InstanceProps\":{\"R\":{\"DataType\":9,"
+                            "\"Value\":0.25},\"S\":{\"DataType\":12,\"Value\":-1.5e3}},"
+                            "\"NameSpace\":\"n\",\"RequestType\":" +
+                            std::to_string(ENUMINST) + "}";
+  EXPECT_TRUE(view_takes(frame));
+  const std::locale previous =
+      std::locale::global(std::locale(std::locale::classic(), new DecimalComma));
+  EXPECT_FALSE(view_takes(frame));
+  expect_same(frame);
+  std::locale::global(previous);
+  EXPECT_TRUE(view_takes(frame));
 }
 
 TEST(FrameReader, FactoryFailuresGiveTheSameOutcome) {
