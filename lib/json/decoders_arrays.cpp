@@ -18,10 +18,11 @@
 namespace json_decoding {
 
 // Array values (the type carries CMPI_ARRAY; it keeps the flag when added or set).
+template <typename Node>
 unsigned int decode_array(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                          const Json::Value &valueObject, CMPIType type, int kind) {
+                          const Node &valueObject, CMPIType type, int kind) {
   const CMPIType elementType = static_cast<CMPIType>(type & ~CMPI_ARRAY);
-  const Json::Value &entries = valueObject["Value"];
+  const auto &entries = valueObject["Value"];
   if (kind == MODIFYINST && entries.isNull()) {
     // A null array property; for arguments a null array is dropped below (no entries).
     if (set_property(instance, name, nullptr, type) != CMPI_RC_OK) {
@@ -78,12 +79,13 @@ unsigned int element_failed(int line) {
 
 // Sets element index of array from one entry of an array of embedded instances. An instance
 // that cannot be made leaves the element unset.
-unsigned int set_instance_element(CMPIArray *array, CMPICount index, const Json::Value &entry) {
+template <typename Node>
+unsigned int set_instance_element(CMPIArray *array, CMPICount index, const Node &entry) {
   const Owned<CMPIInstance> newInstance(new_embedded_instance(entry));
   if (newInstance.get() == nullptr) return 0;
-  const Json::Value &properties = entry["InstanceProps"];
+  const auto &properties = entry["InstanceProps"];
   require_members(properties);
-  for (Json::Value::const_iterator it = properties.begin(); it != properties.end(); ++it) {
+  for (auto it = properties.begin(); it != properties.end(); ++it) {
     if ((decode_value_object(nullptr, newInstance.get(), it.name().c_str(), *it, MODIFYINST) &
          1u) != 0) {
       CMPIU_ERROR_AT(kSetCMArrayElement, 1164, "'Add2CMPIArgs failed'");
@@ -102,11 +104,12 @@ unsigned int set_instance_element(CMPIArray *array, CMPICount index, const Json:
 }
 
 // Sets element index from one entry of an array whose element type has bit CMPI_ENC.
-unsigned int set_encapsulated_element(CMPIArray *array, CMPICount index, const Json::Value &entry,
+template <typename Node>
+unsigned int set_encapsulated_element(CMPIArray *array, CMPICount index, const Node &entry,
                                       CMPIType elementType) {
   switch (elementType) {
     case CMPI_chars: {
-      const std::string text = entry.asString();
+      const auto text = entry.asString();
       if (set_element(array, index, chars_value(text.c_str()), CMPI_chars) != CMPI_RC_OK) {
         CMPIU_ERROR_AT(kSetCMArrayElement, 1185,
                        "'CMSetArrayElementAt failed to add '%s' to index '%d''", text.c_str(),
@@ -121,7 +124,7 @@ unsigned int set_encapsulated_element(CMPIArray *array, CMPICount index, const J
     case CMPI_booleanString:
     case CMPI_numericString:
     case CMPI_dateTimeString: {
-      const std::string text = entry.asString();
+      const auto text = entry.asString();
       if (strcasecmp(text.c_str(), "NULL") == 0) {
         (void)set_element(array, index, nullptr, CMPI_chars);  // outcome not examined
         return 0;
@@ -138,7 +141,7 @@ unsigned int set_encapsulated_element(CMPIArray *array, CMPICount index, const J
       return 0;
     }
     case CMPI_dateTime: {
-      const std::string text = entry.asString();
+      const auto text = entry.asString();
       CMPIStatus status = {CMPI_RC_OK, nullptr};
       const Owned<CMPIDateTime> dateTime(makeNewCMPIDateTimeFromChars(text.c_str(), &status));
       if (dateTime.get() == nullptr || status.rc != CMPI_RC_OK) {
@@ -164,11 +167,12 @@ unsigned int setCMArrayElement(CMPIArray *array, Json::Value valueObject, CMPITy
   return fill_array(array, valueObject, elementType);
 }
 
-unsigned int json_decoding::fill_array(CMPIArray *array, const Json::Value &valueObject,
+template <typename Node>
+unsigned int json_decoding::fill_array(CMPIArray *array, const Node &valueObject,
                                        CMPIType elementType) {
-  const Json::Value &entries = valueObject["Value"];
+  const auto &entries = valueObject["Value"];
   for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {
-    const Json::Value &entry = entries[i];
+    const auto &entry = entries[i];
     const CMPICount index = static_cast<CMPICount>(i);
     if ((elementType & CMPI_ENC) != 0) {
       if (set_encapsulated_element(array, index, entry, elementType) != 0) return 1;
@@ -213,3 +217,16 @@ unsigned int json_decoding::fill_array(CMPIArray *array, const Json::Value &valu
   }
   return 0;
 }
+
+// The two document types the decoders read.
+namespace json_decoding {
+template unsigned int decode_array<Json::Value>(CMPIArgs *, CMPIInstance *, const char *,
+                                                const Json::Value &, CMPIType, int);
+template unsigned int decode_array<cmpiutility::FrameNode>(CMPIArgs *, CMPIInstance *,
+                                                           const char *,
+                                                           const cmpiutility::FrameNode &,
+                                                           CMPIType, int);
+template unsigned int fill_array<Json::Value>(CMPIArray *, const Json::Value &, CMPIType);
+template unsigned int fill_array<cmpiutility::FrameNode>(CMPIArray *,
+                                                         const cmpiutility::FrameNode &, CMPIType);
+}  // namespace json_decoding

@@ -14,6 +14,11 @@
 
 using namespace json_decoding;
 
+namespace {
+// The lines of the instance decoder keep the exported function's name.
+constexpr const char kCreateCMInst[] = "createCMInst";
+}  // namespace
+
 unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::Value &document) {
   // Read in place: the document outlives the walk, and copying the container costs more than
   // decoding a small one.
@@ -47,8 +52,14 @@ unsigned int createCMArgs(ClientReq *request, ServerResp *response, const Json::
 }
 
 unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::Value &document) {
+  return create_instance(request, response, document);
+}
+
+template <typename Node>
+unsigned int json_decoding::create_instance(ClientReq *request, ServerResp *response,
+                                            const Node &document) {
   // Read in place, as in createCMArgs.
-  const Json::Value &properties = document["InstanceProps"];
+  const auto &properties = document["InstanceProps"];
   require_members(properties);
 
   CMPIObjectPath *path = nullptr;
@@ -65,7 +76,7 @@ unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::
     instance = nullptr;
   }
   if ((made != CMPI_RC_OK || instance == nullptr) &&
-      !CMPIU_STATUS_RULE(made, __func__, 1809, "'makeNewCMPIInstance failed'")) {
+      !CMPIU_STATUS_RULE(made, kCreateCMInst, 1809, "'makeNewCMPIInstance failed'")) {
     return 1;
   }
   // A NULL instance that came with a success status is stored as it is and decoding goes on.
@@ -76,22 +87,28 @@ unsigned int createCMInst(ClientReq *request, ServerResp *response, const Json::
   }
   if (properties.empty()) return 0;
 
-  for (Json::Value::const_iterator it = properties.begin(); it != properties.end(); ++it) {
-    const std::string name = it.name();
+  for (auto it = properties.begin(); it != properties.end(); ++it) {
+    const auto name = it.name();
     CMPIU_TRACE("property = %s", name.c_str());
-    const Json::Value &property = *it;
+    const auto &property = *it;
     // A result instance keeps its key properties: each one met is put into the instance's key
     // filter (a property list of none, a key list of this one name).
     if (request == nullptr && response != nullptr && response->instance != nullptr &&
         state_of(property) == CMPI_keyValue) {
-      CMPIU_TRACE("%s: key Property to be set %s", __func__, name.c_str());
+      CMPIU_TRACE("%s: key Property to be set %s", kCreateCMInst, name.c_str());
       const char *keys[] = {name.c_str(), nullptr};
       CMSetPropertyFilter(response->instance, nullptr, keys);
     }
     if ((decode_value_object(nullptr, instance, name.c_str(), property, MODIFYINST) & 1u) != 0) {
-      CMPIU_ERROR_AT(__func__, 1827, "'Add2CMPIArgs failed'");
+      CMPIU_ERROR_AT(kCreateCMInst, 1827, "'Add2CMPIArgs failed'");
       return 1;
     }
   }
   return 0;
 }
+
+// The two document types the decoders read.
+template unsigned int json_decoding::create_instance<Json::Value>(ClientReq *, ServerResp *,
+                                                                  const Json::Value &);
+template unsigned int json_decoding::create_instance<cmpiutility::FrameNode>(
+    ClientReq *, ServerResp *, const cmpiutility::FrameNode &);

@@ -59,11 +59,13 @@ CMPIrc set_element(CMPIArray *array, CMPICount index, const CMPIValue *value, CM
 }
 
 // "DataType" and "DataState" are read unsigned; both are 16-bit codes.
-CMPIType type_of(const Json::Value &valueObject) {
+template <typename Node>
+CMPIType type_of(const Node &valueObject) {
   return static_cast<CMPIType>(valueObject["DataType"].asLargestUInt() & 0xFFFFu);
 }
 
-CMPIValueState state_of(const Json::Value &valueObject) {
+template <typename Node>
+CMPIValueState state_of(const Node &valueObject) {
   return static_cast<CMPIValueState>(valueObject["DataState"].asLargestUInt() & 0xFFFFu);
 }
 
@@ -131,9 +133,10 @@ bool is_integer_type(CMPIType type) {
 
 // A new instance of the class and namespace of an embedded-instance object (no status is asked
 // for). NULL when either factory gives nothing.
-CMPIInstance *new_embedded_instance(const Json::Value &embedded) {
-  const std::string className = embedded["ClassName"].asString();
-  const std::string nameSpace = embedded["NameSpace"].asString();
+template <typename Node>
+CMPIInstance *new_embedded_instance(const Node &embedded) {
+  const auto className = embedded["ClassName"].asString();
+  const auto nameSpace = embedded["NameSpace"].asString();
   // The instance copies the path, so the path goes at once.
   const Owned<CMPIObjectPath> path(
       makeNewObjectPath(nameSpace.c_str(), className.c_str(), nullptr));
@@ -167,15 +170,16 @@ unsigned int add_or_set(CMPIArgs *args, CMPIInstance *instance, const char *name
 }
 
 // Scalar embedded instance (CMPI_instance): "CMPIInstance" holds the embedded-instance object.
+template <typename Node>
 unsigned int decode_embedded(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                             const Json::Value &valueObject, int kind) {
-  const Json::Value &embedded = valueObject["CMPIInstance"];
+                             const Node &valueObject, int kind) {
+  const auto &embedded = valueObject["CMPIInstance"];
   const Owned<CMPIInstance> newInstance(new_embedded_instance(embedded));
   if (newInstance.get() == nullptr) return 1;
 
-  const Json::Value &properties = embedded["InstanceProps"];
+  const auto &properties = embedded["InstanceProps"];
   require_members(properties);
-  for (Json::Value::const_iterator it = properties.begin(); it != properties.end(); ++it) {
+  for (auto it = properties.begin(); it != properties.end(); ++it) {
     const unsigned int result =
         decode_value_object(nullptr, newInstance.get(), it.name().c_str(), *it, MODIFYINST);
     // Inside an instance property the embedded properties that fail are passed over.
@@ -200,11 +204,12 @@ unsigned int decode_embedded(CMPIArgs *args, CMPIInstance *instance, const char 
 }
 
 // Reference (CMPI_ref): "Value" is the reference object.
+template <typename Node>
 unsigned int decode_reference(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                              const Json::Value &valueObject, int kind) {
-  const Json::Value &reference = valueObject["Value"];
-  const std::string className = reference["ClassName"].asString();
-  const std::string nameSpace = reference["NameSpace"].asString();
+                              const Node &valueObject, int kind) {
+  const auto &reference = valueObject["Value"];
+  const auto className = reference["ClassName"].asString();
+  const auto nameSpace = reference["NameSpace"].asString();
   CMPIStatus status = {CMPI_RC_OK, nullptr};
   const Owned<CMPIObjectPath> path(
       makeNewObjectPath(nameSpace.c_str(), className.c_str(), &status));
@@ -225,9 +230,10 @@ unsigned int decode_reference(CMPIArgs *args, CMPIInstance *instance, const char
 }
 
 // Date-time (CMPI_dateTime): "Value" is the CIM date-time text; an empty text is a null value.
+template <typename Node>
 unsigned int decode_date_time(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                              const Json::Value &valueObject, int kind) {
-  const std::string text = valueObject["Value"].asString();
+                              const Node &valueObject, int kind) {
+  const auto text = valueObject["Value"].asString();
   CMPIU_TRACE("valstr.empty():%d", text.empty() ? 1 : 0);
   if (!text.empty()) {
     CMPIStatus status = {CMPI_RC_OK, nullptr};
@@ -258,9 +264,10 @@ unsigned int decode_date_time(CMPIArgs *args, CMPIInstance *instance, const char
 
 // Text codes: every one is stored as CMPI_chars. "NULL" is a null value: in any case for an
 // argument, exactly "NULL" for a property.
+template <typename Node>
 unsigned int decode_text(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                         const Json::Value &valueObject, int kind) {
-  const std::string text = valueObject["Value"].asString();
+                         const Node &valueObject, int kind) {
+  const auto text = valueObject["Value"].asString();
   const bool is_null = (kind == INVOKEMETHOD) ? strcasecmp(text.c_str(), "NULL") == 0
                                               : std::strcmp(text.c_str(), "NULL") == 0;
   const char *chars = is_null ? nullptr : text.c_str();
@@ -269,7 +276,8 @@ unsigned int decode_text(CMPIArgs *args, CMPIInstance *instance, const char *nam
 
 // Booleans and char16 (bit CMPI_SIMPLE). Only boolean properties are set: boolean arguments and
 // char16 values are left out on purpose; existing peers expect exactly that.
-unsigned int decode_simple(CMPIInstance *instance, const char *name, const Json::Value &valueObject,
+template <typename Node>
+unsigned int decode_simple(CMPIInstance *instance, const char *name, const Node &valueObject,
                            CMPIType type, CMPIValueState state, int kind) {
   if (kind == MODIFYINST && state == CMPI_nullValue) {
     (void)set_property(instance, name, nullptr, type);  // outcome not examined
@@ -288,8 +296,9 @@ unsigned int decode_simple(CMPIInstance *instance, const char *name, const Json:
 }
 
 // Integers (any bit of CMPI_INTEGER): "Value" unsigned, truncated to the type's width.
+template <typename Node>
 unsigned int decode_integer(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                            const Json::Value &valueObject, CMPIType type, CMPIValueState state,
+                            const Node &valueObject, CMPIType type, CMPIValueState state,
                             int kind) {
   if (kind == MODIFYINST && state == CMPI_nullValue) {
     (void)set_property(instance, name, nullptr, type);  // outcome not examined
@@ -303,8 +312,9 @@ unsigned int decode_integer(CMPIArgs *args, CMPIInstance *instance, const char *
 }
 
 // Reals (bit CMPI_REAL): no null test, a null "Value" reads as 0.0.
+template <typename Node>
 unsigned int decode_real(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                         const Json::Value &valueObject, CMPIType type, int kind) {
+                         const Node &valueObject, CMPIType type, int kind) {
   CMPIValue value = zero_value();
   if (type == CMPI_real32) {
     value.real32 = static_cast<CMPIReal32>(valueObject["Value"].asDouble());
@@ -319,7 +329,8 @@ unsigned int decode_real(CMPIArgs *args, CMPIInstance *instance, const char *nam
 
 }  // namespace
 
-void json_decoding::require_members(const Json::Value &container) {
+template <typename Node>
+void json_decoding::require_members(const Node &container) {
   if (!container.isNull() && !container.isObject()) (void)container.getMemberNames();
 }
 
@@ -329,8 +340,9 @@ unsigned int Add2CMPIArgs(CMPIArgs *args, CMPIInstance *instance, const char *na
 }
 
 // Read through a const reference: jsoncpp's non-const operator[] would add members.
+template <typename Node>
 unsigned int json_decoding::decode_value_object(CMPIArgs *args, CMPIInstance *instance,
-                                                const char *name, const Json::Value &object,
+                                                const char *name, const Node &object,
                                                 int kind) {
   const CMPIType type = type_of(object);
   const CMPIValueState state = state_of(object);
@@ -363,3 +375,17 @@ unsigned int json_decoding::decode_value_object(CMPIArgs *args, CMPIInstance *in
   }
   return 0;
 }
+
+// The two document types the decoders read.
+namespace json_decoding {
+#define CMPIU_DECODERS_SCALARS_FOR(Node)                                                     \
+  template CMPIType type_of<Node>(const Node &);                                             \
+  template CMPIValueState state_of<Node>(const Node &);                                      \
+  template CMPIInstance *new_embedded_instance<Node>(const Node &);                          \
+  template void require_members<Node>(const Node &);                                         \
+  template unsigned int decode_value_object<Node>(CMPIArgs *, CMPIInstance *, const char *,  \
+                                                  const Node &, int);
+CMPIU_DECODERS_SCALARS_FOR(Json::Value)
+CMPIU_DECODERS_SCALARS_FOR(cmpiutility::FrameNode)
+#undef CMPIU_DECODERS_SCALARS_FOR
+}  // namespace json_decoding

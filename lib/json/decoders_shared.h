@@ -3,11 +3,19 @@
 // readers of a value object's codes, and the two decoders one file hands to another.
 //
 // Ownership and JSON conversions follow what decoders.h says.
+//
+// The readers of a document are templates over its value type: Json::Value (a jsoncpp tree) or
+// cmpiutility::FrameNode (a frame read by FrameView, whose accessors give jsoncpp's results),
+// so that one piece of code decodes both. Each is instantiated for the two types in its own
+// source file.
 #ifndef CMPIUTILITY_JSON_DECODERS_SHARED_H
 #define CMPIUTILITY_JSON_DECODERS_SHARED_H
 
 #include <cmpimacs.h>
+#include <cmpiutility/records.h>
 #include <json/json.h>
+
+#include "json/frame_view.h"
 
 namespace json_decoding {
 
@@ -50,8 +58,10 @@ CMPIrc set_property(CMPIInstance *instance, const char *name, const CMPIValue *v
 CMPIrc set_element(CMPIArray *array, CMPICount index, const CMPIValue *value, CMPIType type);
 
 // "DataType" and "DataState" are read unsigned; both are 16-bit codes.
-CMPIType type_of(const Json::Value &valueObject);
-CMPIValueState state_of(const Json::Value &valueObject);
+template <typename Node>
+CMPIType type_of(const Node &valueObject);
+template <typename Node>
+CMPIValueState state_of(const Node &valueObject);
 
 // One integer of the given code from the unsigned 64-bit number, truncated to the code's width
 // (which restores the sign of a negative number written as its unsigned form), with the failure
@@ -69,24 +79,33 @@ bool is_integer_type(CMPIType type);
 
 // A new instance of the class and namespace of an embedded-instance object (no status is asked
 // for). NULL when either factory gives nothing.
-CMPIInstance *new_embedded_instance(const Json::Value &embedded);
+template <typename Node>
+CMPIInstance *new_embedded_instance(const Node &embedded);
 
 // Refuses a container that is neither an object nor null the way jsoncpp's getMemberNames does
 // (with its exception), so that walking a container with iterators treats a malformed document
 // exactly as listing its member names first did.
-void require_members(const Json::Value &container);
+template <typename Node>
+void require_members(const Node &container);
 
 // What Add2CMPIArgs and setCMArrayElement do, reading the value object in place. Those two take
 // their value object by copy, as peers expect; the decoders' own calls go through these and
 // spare the copy of every value object decoded.
+template <typename Node>
 unsigned int decode_value_object(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                                 const Json::Value &valueObject, int kind);
-unsigned int fill_array(CMPIArray *array, const Json::Value &valueObject, CMPIType elementType);
+                                 const Node &valueObject, int kind);
+template <typename Node>
+unsigned int fill_array(CMPIArray *array, const Node &valueObject, CMPIType elementType);
 
 // Array values (the type carries CMPI_ARRAY; it keeps the flag when added or set):
 // decoders_arrays.cpp.
+template <typename Node>
 unsigned int decode_array(CMPIArgs *args, CMPIInstance *instance, const char *name,
-                          const Json::Value &valueObject, CMPIType type, int kind);
+                          const Node &valueObject, CMPIType type, int kind);
+
+// What createCMInst does (decoders.h), for either document type.
+template <typename Node>
+unsigned int create_instance(ClientReq *request, ServerResp *response, const Node &document);
 
 }  // namespace json_decoding
 

@@ -22,12 +22,16 @@ CMPIObjectPath *path_of(ClientReq *request, ServerResp *response) {
   return nullptr;
 }
 
+std::string owned_text(std::string text) { return text; }
+std::string owned_text(const cmpiutility::FrameText &text) { return text.str(); }
+
 // The member "key" as text; absent, null or a member that has no text form reads as "".
-std::string key_text_of(const Json::Value &document) {
+template <typename Node>
+std::string key_text_of(const Node &document) {
   if (!document.isObject()) return std::string();
-  const Json::Value &key = document["key"];
+  const auto &key = document["key"];
   if (key.isNull() || !key.isConvertibleTo(Json::stringValue)) return std::string();
-  return key.asString();
+  return owned_text(key.asString());
 }
 
 // One key entry ("name=value") split at its first "=". An entry without "=" gives a key whose
@@ -214,8 +218,12 @@ int getCMKey(ClientReq *request, ServerResp *response, Json::Value &document) {
   return 0;
 }
 
-int addCMKey(CMPIObjectPath *objectPath, const Json::Value &document) {
-  CMPIU_TRACE_FUNCTION();
+namespace {
+
+// What addCMKey does, for either document type.
+template <typename Node>
+int add_keys_of(CMPIObjectPath *objectPath, const Node &document) {
+  ::cmpiutility::ScopedTrace cmpiu_scoped_trace_("addCMKey");
   const std::string text = key_text_of(document);
   CMPIU_TRACE("addCMKey %s ", text.c_str());
   if (text.empty()) return 0;
@@ -225,3 +233,14 @@ int addCMKey(CMPIObjectPath *objectPath, const Json::Value &document) {
   }
   return add_plain_keys(objectPath, text);
 }
+
+}  // namespace
+
+int addCMKey(CMPIObjectPath *objectPath, const Json::Value &document) {
+  return add_keys_of(objectPath, document);
+}
+
+int addCMKey(CMPIObjectPath *objectPath, const cmpiutility::FrameNode &document) {
+  return add_keys_of(objectPath, document);
+}
+

@@ -14,6 +14,8 @@
 #include <cmpiutility/records.h>
 #include <json/json.h>
 
+#include "json/frame_view.h"
+
 // Writes the keys of the request's COP (or, without a request, of the response's objectPath)
 // into document["key"]. Only string and reference keys can be carried.
 // Returns 0 (also for a path without keys, which writes no "key" member at all), or 1 after
@@ -26,5 +28,8 @@ int getCMKey(ClientReq *request, ServerResp *response, Json::Value &document);
 // CMPI_ref key per parenthesised group (string keys outside the groups are then not added).
 // Returns 0, or 1 after one level-2 line; keys added before a failure stay on the path.
 int addCMKey(CMPIObjectPath *objectPath, const Json::Value &document);
+
+// The same for a frame read by FrameView (json/frame_view.h): the same keys, lines and result.
+int addCMKey(CMPIObjectPath *objectPath, const cmpiutility::FrameNode &document);
 
 #endif  // CMPIUTILITY_JSON_KEY_TEXT_H

@@ -41,6 +41,17 @@ enum class InstanceWriter {
 int serialize_response(ServerResp *response, char *fixedBuffer, char **methodBuffer,
                        uint32_t *length, void **buffer, InstanceWriter writer);
 
+// How deserializeResp reads a frame.
+enum class FrameReader {
+  kViewFirst,  // instance-bearing frames through FrameView (json/frame_view.h), all else jsoncpp
+  kTree,       // every frame as a jsoncpp document
+};
+
+// deserializeResp with the frame read by the given reader. Both give the same record, the same
+// log lines and the same exceptions for every text; deserializeResp uses kViewFirst, and kTree
+// is kept as the reference the tests hold kViewFirst to.
+ServerResp *deserialize_response(const char *text, FrameReader reader);
+
 // The return code of a status as the 32-bit number it travels as. Peers may send any 32-bit
 // code, also ones the CMPIrc enumeration does not list, so the code is moved as raw bits and
 // never loaded through the enumeration type.
