@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "demo_host.h"
+#include "state_sql.h"
 
 namespace {
 
@@ -63,26 +64,6 @@ bool Exec(const std::string &path, const std::string &sql) {
   sqlite3_free(message);
   sqlite3_close(db);
   return ok;
-}
-
-// The first column of the first row of a query on the file ("" when there is none).
-std::string Query(const std::string &path, const std::string &sql) {
-  sqlite3 *db = nullptr;
-  std::string out;
-  sqlite3_stmt *stmt = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-      sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK &&
-      sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_text(stmt, 0) != nullptr)
-    out = reinterpret_cast<const char *>(sqlite3_column_text(stmt, 0));
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
-  return out;
-}
-
-int Wait(pid_t pid) {
-  int status = 0;
-  if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
 }
 
 const passwd *Nobody() { return getpwnam("nobody"); }
@@ -179,7 +160,7 @@ TEST_F(KeptState, ALinkRenamedOverTheStateBetweenRequestsIsRefused) {
   EXPECT_EQ(a.rc, CMPI_RC_ERR_FAILED);
   EXPECT_EQ(a.message,
             "the demo state " + state_.path() + " is a symbolic link; it is not followed");
-  EXPECT_EQ(Query(target, "SELECT count(*) FROM DemoInstance"), "5");
+  EXPECT_EQ(Sql(target, "SELECT count(*) FROM DemoInstance"), "5");
 }
 
 TEST_F(KeptState, AHardLinkMadeToTheStateBetweenRequestsIsRefused) {
@@ -255,7 +236,7 @@ TEST_F(KeptState, AForkedChildOpensItsOwnConnectionAndTheParentsStillWorks) {
   EXPECT_TRUE(ChassisExists("from-child"));
   EXPECT_EQ(CreateChassis("from-parent").rc, CMPI_RC_OK);
   EXPECT_TRUE(SameConnection());
-  EXPECT_EQ(Query(state_.path(), "SELECT count(*) FROM DemoInstance WHERE ClassName = "
+  EXPECT_EQ(Sql(state_.path(), "SELECT count(*) FROM DemoInstance WHERE ClassName = "
                                  "'Demo_Chassis'"),
             "3");
 }
@@ -295,14 +276,14 @@ TEST_F(KeptState, ARequestThatFailsMidTransactionLeavesNothingHalfWritten) {
   EXPECT_EQ(failed.message, "the stored value of 'GroupComponent' cannot be read");
   // Nothing of it lasted, and no transaction holds the file: another connection may write.
   EXPECT_TRUE(ChassisExists("chassis0"));
-  EXPECT_EQ(Query(state_.path(), "SELECT count(*) FROM DemoInstance WHERE ClassName = "
+  EXPECT_EQ(Sql(state_.path(), "SELECT count(*) FROM DemoInstance WHERE ClassName = "
                                  "'Demo_Chassis'"),
             "1");
   EXPECT_TRUE(Exec(state_.path(), RenameFan0("Written elsewhere")));
   // The next request writes through the same connection, and its write lasts.
   EXPECT_EQ(CreateChassis("chassis7").rc, CMPI_RC_OK);
   EXPECT_TRUE(SameConnection());
-  EXPECT_EQ(Query(state_.path(), "SELECT count(*) FROM DemoInstance WHERE ClassName = "
+  EXPECT_EQ(Sql(state_.path(), "SELECT count(*) FROM DemoInstance WHERE ClassName = "
                                  "'Demo_Chassis'"),
             "2");
   EXPECT_EQ(FanName(), "Written elsewhere");

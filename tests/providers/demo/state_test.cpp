@@ -14,35 +14,12 @@
 #include <vector>
 
 #include "demo_host.h"
+#include "state_sql.h"
 
 namespace {
 
 using namespace demotest;
 using ::testing::ElementsAre;
-
-// Runs one statement on the state file directly; returns the first column of the first row.
-std::string Sql(const std::string &path, const std::string &statement) {
-  sqlite3 *db = nullptr;
-  EXPECT_EQ(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
-  sqlite3_stmt *stmt = nullptr;
-  EXPECT_EQ(sqlite3_prepare_v2(db, statement.c_str(), -1, &stmt, nullptr), SQLITE_OK)
-      << sqlite3_errmsg(db);
-  std::string out;
-  const int rc = sqlite3_step(stmt);
-  EXPECT_TRUE(rc == SQLITE_ROW || rc == SQLITE_DONE) << sqlite3_errmsg(db);
-  if (rc == SQLITE_ROW && sqlite3_column_text(stmt, 0) != nullptr)
-    out = reinterpret_cast<const char *>(sqlite3_column_text(stmt, 0));
-  sqlite3_finalize(stmt);
-  sqlite3_close(db);
-  return out;
-}
-
-// Waits for a child and gives its exit status (-1 if it did not exit normally).
-int Wait(pid_t pid) {
-  int status = 0;
-  if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
-}
 
 // Creates chassis "<prefix>-<i>" for i in [0, count); the number of failures.
 int CreateChassis(DemoProvider &provider, const std::string &prefix, int count) {
