@@ -3,6 +3,10 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <set>
+#include <thread>
+#include <vector>
+
 #include "hostd_fixture.h"
 
 namespace e2e {
@@ -174,6 +178,36 @@ TEST_F(WorkersRetireWhenIdle, AnIdleWorkerRetiresAndTheNextRequestGetsANewOne) {
   Served second = served(socket(), "Test_Plain");
   ASSERT_EQ(second.rc, 0);
   EXPECT_NE(first.pid, second.pid);
+}
+
+// One worker for the user: concurrent requests wait for it while it answers, and the front
+// asks to hear when each answer ends (the worker then wakes it).
+class WorkersOnePerUser : public HostdTest {
+ protected:
+  std::vector<std::string> options() const override { return {"--workers-per-user", "1"}; }
+};
+
+TEST_F(WorkersOnePerUser, ConcurrentRequestsOfOneUserAreAllServedInTurnByItsOneWorker) {
+  constexpr int kClients = 4;
+  constexpr int kEach = 5;
+  std::vector<std::vector<Served>> results(kClients);
+  std::vector<std::thread> clients;
+  for (int c = 0; c < kClients; ++c) {
+    clients.emplace_back([&, c] {
+      for (int i = 0; i < kEach; ++i) results[c].push_back(served(socket(), "Test_Plain"));
+    });
+  }
+  for (std::thread &t : clients) t.join();
+  std::set<unsigned long long> pids;
+  for (const std::vector<Served> &one : results) {
+    ASSERT_EQ(one.size(), static_cast<size_t>(kEach));
+    for (const Served &s : one) {
+      EXPECT_EQ(s.rc, 0);
+      pids.insert(s.pid);
+    }
+  }
+  EXPECT_EQ(pids.size(), 1u) << "one worker served every request";
+  EXPECT_EQ(pids.count(0), 0u);
 }
 
 }  // namespace
