@@ -427,7 +427,6 @@ void Front::reap() {
 
 void Front::worker_gone(WorkerChannel &ch, int status) {
   const std::string how = describe_wait_status(status);
-  if (answer_done(ch)) end_direct_answer(ch);
   if (ch.connection != 0) {
     // Whole messages that arrived before the end are passed on first (a worker that answers
     // directly sends through the channel only after its window is empty).
