@@ -129,6 +129,12 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
       binary,           "--foreground", "--socket",    socket_, "--schema-db", schema_db_,
       "--provider-dir", provider_dir_,  "--log-level", "3",     "--mode",      "0600"};
   args.insert(args.end(), extra_options.begin(), extra_options.end());
+  // BENCH_HOSTD_OPTIONS adds options of the daemon (separated by blanks), for comparisons
+  // such as "--no-encoder-thread" against the default.
+  if (const char *more = getenv("BENCH_HOSTD_OPTIONS")) {
+    std::istringstream words(more);
+    for (std::string word; words >> word;) args.push_back(word);
+  }
   const pid_t parent = getpid();
   pid_ = fork();
   if (pid_ < 0) {
@@ -276,17 +282,29 @@ std::vector<pid_t> child_processes(pid_t parent) {
 
 namespace {
 
-// The sum of one number read from /proc/<pid>/<file> (at the text after key, or at the start
-// when key is empty) over a daemon and its children.
+// The sum of one number read from /proc/<pid>/task/<tid>/<file> (at the text after key, or at
+// the start when key is empty) over every thread of a process.
+long long sum_over_threads(pid_t pid, const char *file, const std::string &key) {
+  long long total = 0;
+  const std::string tasks = "/proc/" + std::to_string(pid) + "/task";
+  DIR *dir = opendir(tasks.c_str());
+  if (dir == nullptr) return 0;
+  while (const struct dirent *entry = readdir(dir)) {
+    if (entry->d_name[0] == '.') continue;
+    const std::string text = read_file(tasks + "/" + entry->d_name + "/" + file);
+    const size_t at = text.find(key);
+    if (at != std::string::npos) total += strtoll(text.c_str() + at + key.size(), nullptr, 10);
+  }
+  closedir(dir);
+  return total;
+}
+
+// The same over a daemon and its children.
 long long sum_over_daemon(pid_t daemon, const char *file, const std::string &key) {
   long long total = 0;
   std::vector<pid_t> all = child_processes(daemon);
   all.push_back(daemon);
-  for (pid_t pid : all) {
-    const std::string text = read_file("/proc/" + std::to_string(pid) + "/" + file);
-    const size_t at = text.find(key);
-    if (at != std::string::npos) total += strtoll(text.c_str() + at + key.size(), nullptr, 10);
-  }
+  for (pid_t pid : all) total += sum_over_threads(pid, file, key);
   return total;
 }
 
@@ -295,7 +313,7 @@ long long sum_over_daemon(pid_t daemon, const char *file, const std::string &key
 long long daemon_cpu_ns(pid_t daemon) { return sum_over_daemon(daemon, "schedstat", ""); }
 
 long long front_cpu_ns(pid_t daemon) {
-  return strtoll(read_file("/proc/" + std::to_string(daemon) + "/schedstat").c_str(), nullptr, 10);
+  return sum_over_threads(daemon, "schedstat", "");
 }
 
 long long daemon_sleeps(pid_t daemon) {

@@ -79,13 +79,15 @@ void end_process(pid_t pid);
 // The processes whose parent is parent (a scan of /proc/<pid>/stat), in ascending order.
 std::vector<pid_t> child_processes(pid_t parent);
 
-// The CPU time (nanoseconds, /proc/<pid>/schedstat) a daemon and its children (workers) have
-// used so far; the daemon's processes are single-threaded.
+// The CPU time (nanoseconds, /proc/<pid>/task/<tid>/schedstat) a daemon and its children
+// (workers) have used so far, every thread of each (a worker encodes large enumerations on a
+// second thread).
 long long daemon_cpu_ns(pid_t daemon);
 // The same of the daemon's front process alone.
 long long front_cpu_ns(pid_t daemon);
 // How often a daemon and its children went to sleep waiting for something (voluntary context
-// switches, /proc/<pid>/status): each is a wake-up the request paid for.
+// switches, /proc/<pid>/task/<tid>/status, every thread): each is a wake-up the request paid
+// for.
 long long daemon_sleeps(pid_t daemon);
 
 }  // namespace bench

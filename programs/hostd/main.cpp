@@ -42,6 +42,7 @@ hostd::FrontConfig front_config(const hostd::Options &o) {
   config.worker_cpu = o.worker_cpu;
   config.provider_timeout = o.provider_timeout;
   config.request_deadline = o.request_deadline;
+  config.encoder_thread = o.encoder_thread;
   return config;
 }
 

@@ -59,6 +59,26 @@ TEST_F(Faults, ProviderThatDiesHalfWayLeavesWholeFramesAndAnErrorFrame) {
   expect_next_request_served();
 }
 
+// Past its first results, a larger enumeration is encoded on the worker's second thread; a
+// provider that dies then still leaves the client whole frames, in order, and the error frame.
+TEST_F(Faults, ProviderThatDiesInALargeEnumerationLeavesWholeFramesAndAnErrorFrame) {
+  Answer a = enumerate_class("Test_PartialMany");
+  EXPECT_EQ(a.rc, CMPI_RC_ERR_FAILED);
+  EXPECT_FALSE(a.complete);
+  EXPECT_GE(a.instances.size(), 8u) << "the first results are passed on as they come";
+  EXPECT_LE(a.instances.size(), 200u);
+  for (std::size_t i = 0; i < a.instances.size(); ++i) {
+    EXPECT_EQ(text_property(a.instances[i], "Id"), "item" + std::to_string(i));
+  }
+  EXPECT_THAT(a.raw, ::testing::EndsWith("}CMPI_EOFCMPIERROR:1CMPI_EOF"));
+  EXPECT_TRUE(daemon_.wait_for(Hostd(
+      "EnumerateInstances of Test_PartialMany for root: worker N exited with status 3 before "
+      "its answer was complete (" + std::to_string(a.instances.size()) +
+          " frames passed on); the client gets CMPIERROR:1",
+      2)));
+  expect_next_request_served();
+}
+
 TEST_F(Faults, GenericFactoryIsUsedWhenTheSpecificOneIsMissing) {
   Answer a = enumerate_class("Test_Generic");
   EXPECT_EQ(a.rc, 0);
@@ -76,6 +96,22 @@ TEST_F(Faults, LargeEnumerationArrivesComplete) {
   ASSERT_EQ(a.instances.size(), 3000u);
   EXPECT_EQ(number_property(a.instances[0], "Index"), 0u);
   EXPECT_EQ(number_property(a.instances[2999], "Index"), 2999u);
+}
+
+// The worker's encoder thread changes no byte: a daemon that encodes every result on the
+// provider's thread answers the same.
+TEST_F(Faults, LargeEnumerationIsTheSameWithoutTheEncoderThread) {
+  Answer beside = enumerate_class("Test_Many");
+  Workspace ws;
+  HostDaemon alone(ws);
+  ASSERT_TRUE(alone.start({"--no-encoder-thread"}));
+  Answer one_thread = enumerate(ws.socket, build_frame(ENUMINST, "root", make_path("Test_Many")),
+                                ENUMINST);
+  EXPECT_EQ(alone.stop(), 0);
+  EXPECT_EQ(beside.rc, 0);
+  EXPECT_EQ(one_thread.rc, 0);
+  EXPECT_EQ(beside.instances.size(), 3000u);
+  EXPECT_EQ(beside.raw, one_thread.raw);
 }
 
 TEST_F(Faults, GetInstanceWithoutAnInstanceIsNotFound) {

@@ -69,6 +69,7 @@ TEST(ParseOptions, NoArgumentsRunWithTheDefaults) {
   EXPECT_EQ(o.worker_cpu, 60);
   EXPECT_EQ(o.provider_timeout, 30);
   EXPECT_EQ(o.request_deadline, 300);
+  EXPECT_TRUE(o.encoder_thread);
   EXPECT_EQ(o.schema_db, "");
   EXPECT_EQ(o.provider_dir, "");
   EXPECT_TRUE(o.allow_users.empty());
@@ -254,10 +255,11 @@ TEST(ParseOptions, ListOptionsRepeat) {
 }
 
 TEST(ParseOptions, FlagsAndTexts) {
-  Parsed p = parse({"--foreground", "--allow-proxy-root", "--group", "cmpi"});
+  Parsed p = parse({"--foreground", "--allow-proxy-root", "--group", "cmpi", "--no-encoder-thread"});
   ASSERT_EQ(p.outcome, ParseOutcome::kRun) << p.error;
   EXPECT_TRUE(p.options.foreground);
   EXPECT_TRUE(p.options.proxy_root);
+  EXPECT_FALSE(p.options.encoder_thread);
   EXPECT_EQ(p.options.socket_group, "cmpi");
 }
 

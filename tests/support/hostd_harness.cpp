@@ -62,6 +62,7 @@ const char kTestClasses[] =
     "('Test_Crash', 'TestCrash', 'root/cimv2', '0'),"
     "('Test_Hang', 'TestHang', 'root/cimv2', '0'),"
     "('Test_Partial', 'TestPartial', 'root/cimv2', '0'),"
+    "('Test_PartialMany', 'TestPartial', 'root/cimv2', '0'),"
     "('Test_Generic', 'TestGeneric', 'root/cimv2', '0'),"
     "('Test_Many', 'TestGeneric', 'root/cimv2', '0'),"
     "('Test_NoProvider', NULL, 'root/cimv2', '0'),"

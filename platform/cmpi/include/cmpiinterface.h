@@ -136,6 +136,11 @@ char *value2Chars(CMPIType type, const CMPIValue *value);
 CMPIrc cmpiPeekPropertyAt(const CMPIInstance *inst, CMPICount index, const char **name,
                           CMPIData *data);
 
+/* 1 when inst is an instance made by this library, else 0 (also for NULL). Such an instance's
+ * clone is a deep copy that shares no state of this library with the original, so the clone may
+ * be read and released on another thread while the original is changed. */
+int cmpiIsOwnInstance(const CMPIInstance *inst);
+
 /* A new string holding a copy of text, one heap block: CMRelease or plain free() release it. */
 CMPIString *CreateString(const char *text, CMPIStatus *rc);
 

@@ -233,6 +233,10 @@ extern "C" CMPIrc cmpiPeekPropertyAt(const CMPIInstance *inst, CMPICount index,
   return CMPI_RC_OK;
 }
 
+extern "C" int cmpiIsOwnInstance(const CMPIInstance *inst) {
+  return cmpi::our_impl<InstanceImpl>(inst, cmpi::instance_table()) != nullptr ? 1 : 0;
+}
+
 extern "C" CMPIInstance *makeNewCMPIInstance(const CMPIObjectPath *path, CMPIStatus *rc) {
   if (!is_our_path(path)) {
     set_rc(rc, CMPI_RC_ERR_INVALID_HANDLE);

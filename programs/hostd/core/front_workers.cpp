@@ -104,6 +104,7 @@ bool Front::start_worker(Connection &c) {
   setup.front = getpid();
   setup.address_space = config_.worker_memory;
   setup.provider_idle_ms = config_.provider_idle_ms;
+  setup.encoder_thread = config_.encoder_thread;
   // Made before the fork so that the worker inherits it; no later fork inherits it.
   std::unique_ptr<AnswerWindow> window(AnswerWindow::create());
   setup.window = window.get();

@@ -38,6 +38,7 @@ struct Options {
   int worker_cpu = 60;                   // CPU seconds one request may use (0: no limit)
   int provider_timeout = 30;  // seconds a provider may go without producing output
   int request_deadline = 300;  // seconds one request may take in all (0: no limit)
+  bool encoder_thread = true;  // a second thread encodes large enumerations (multi-processor)
 
   // Where things are.
   std::string schema_db;     // empty: CMPIUTILITY_SCHEMA_DB or the fixed path

@@ -83,9 +83,10 @@ class Serving {
  public:
   Serving(const Principal &principal, FrameSink *sink, ProviderCache &providers,
           SchemaCache &schema, UpcallBroker &upcalls, long long provider_idle_ms,
-          std::unordered_set<std::string> &warned)
+          std::unordered_set<std::string> &warned, FrameEncoderThread *encoder)
       : principal_(principal), sink_(sink), providers_(providers), schema_(schema),
-        upcalls_(upcalls), provider_idle_ms_(provider_idle_ms), warned_(warned) {}
+        upcalls_(upcalls), provider_idle_ms_(provider_idle_ms), warned_(warned),
+        encoder_(encoder) {}
   std::string run(const std::string &document);
 
  private:
@@ -102,6 +103,7 @@ class Serving {
   UpcallBroker &upcalls_;
   long long provider_idle_ms_;
   std::unordered_set<std::string> &warned_;
+  FrameEncoderThread *encoder_;
   RequestPtr request_;
   const wire::Operation *op_ = nullptr;
   std::string class_name_;
@@ -198,7 +200,7 @@ std::string Serving::with_provider() {
   } scope{upcalls_, owned, calls, ctx_.get(), provider_idle_ms_};
   upcalls_.begin(&calls, &owned, ctx_.get());
 
-  StreamingResult result(type, sink_, out_args_.get());
+  StreamingResult result(type, sink_, out_args_.get(), encoder_);
   StatusHolder called;
   const std::vector<Target> targets = plan_targets(calls.graph(), class_name_, request);
   for (const Target &target : targets) {
@@ -235,6 +237,7 @@ std::string Serving::with_provider() {
       break;
     }
   }
+  result.finish_stream();
   std::string data_frame;
   std::string final_frames = last_frames(called.st, &result, &data_frame);
   if (!data_frame.empty()) sink_->send(data_frame);
@@ -310,7 +313,8 @@ RequestService::~RequestService() { retire(); }
 
 std::string RequestService::serve(const std::string &document) {
   schema_.begin_request();
-  Serving serving(principal_, sink_, providers_, schema_, upcalls_, provider_idle_ms_, warned_);
+  Serving serving(principal_, sink_, providers_, schema_, upcalls_, provider_idle_ms_, warned_,
+                  use_encoder_ ? &encoder_ : nullptr);
   return serving.run(document);
 }
 

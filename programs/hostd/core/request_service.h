@@ -9,9 +9,11 @@
 //     for each, finds the provider's MI (provider_calls.h), kept loaded where the schema says;
 //  4. calls each MI with a context holding "CMPIPrincipal", "CMPIInitNameSpace" (the request's
 //     namespace) and "CMPIInvocationFlags" (0: the protocol carries no flags) and a
-//     StreamingResult, so results go to the sink as frames while the MI runs; the broker the
-//     providers got answers their up-calls meanwhile (upcall_broker.h). The first failing
-//     target ends the request; its status is logged with its message;
+//     StreamingResult, so results go to the sink as frames while the MI runs (the instances of
+//     a larger enumeration encoded on the service's FrameEncoderThread, started with the first
+//     such answer); the broker the providers got answers their up-calls meanwhile
+//     (upcall_broker.h). The first failing target ends the request; its status is logged with
+//     its message;
 //  5. sends the type's last data frame (GetInstance, InvokeMethod), releases what the broker
 //     handed out and the providers not kept loaded, and returns the final frames (the
 //     completion or error frame, or the one status frame of ModifyInstance, DeleteInstance and
@@ -24,6 +26,7 @@
 #include <unordered_set>
 
 #include "admission.h"
+#include "frame_encoder_thread.h"
 #include "frame_sink.h"
 #include "provider_cache.h"
 #include "schema_cache.h"
@@ -34,9 +37,12 @@ namespace hostd {
 class RequestService {
  public:
   // provider_idle_ms: how long a provider not marked UnloadNever stays loaded unused (0:
-  // unloaded after each request).
-  RequestService(const Principal &principal, FrameSink *sink, long long provider_idle_ms = 0)
-      : principal_(principal), sink_(sink), provider_idle_ms_(provider_idle_ms) {}
+  // unloaded after each request). encoder_thread: instances of larger enumerations are
+  // encoded on a second thread (FrameEncoderThread), else all on the caller's.
+  RequestService(const Principal &principal, FrameSink *sink, long long provider_idle_ms = 0,
+                 bool encoder_thread = false)
+      : principal_(principal), sink_(sink), provider_idle_ms_(provider_idle_ms),
+        use_encoder_(encoder_thread) {}
   ~RequestService();
 
   // Serves the document; returns the final frames of the answer.
@@ -53,10 +59,12 @@ class RequestService {
   const Principal &principal_;
   FrameSink *sink_;
   long long provider_idle_ms_;
+  bool use_encoder_;
   std::unordered_set<std::string> warned_;  // lossy values warned about (WireFit)
   UpcallBroker upcalls_;  // before providers_: MIs keep its broker until they are cleaned up
   ProviderCache providers_;
   SchemaCache schema_;
+  FrameEncoderThread encoder_;
 };
 
 }  // namespace hostd

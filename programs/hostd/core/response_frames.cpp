@@ -81,15 +81,20 @@ std::size_t character_boundary(const std::string &text, std::size_t n) {
 }  // namespace
 
 bool append_response_frame(int type, const ResponseParts &given, std::string *out) {
-  WireFit own_fit(type);
-  WireFit &fit = given.fit != nullptr ? *given.fit : own_fit;
   ResponseParts parts = given;
-  const FittedInstance instance = fit.instance(given.instance);
-  if (instance != nullptr) parts.instance = instance.get();
-  const FittedPath path = fit.path(given.path);
-  if (path != nullptr) parts.path = path.get();
-  const FittedArgs arguments = type == INVOKEMETHOD ? fit.arguments(given.value.args) : nullptr;
-  if (arguments != nullptr) parts.value.args = arguments.get();
+  FittedInstance instance;
+  FittedPath path;
+  FittedArgs arguments;
+  if (!given.fitted) {
+    WireFit own_fit(type);
+    WireFit &fit = given.fit != nullptr ? *given.fit : own_fit;
+    instance = fit.instance(given.instance);
+    if (instance != nullptr) parts.instance = instance.get();
+    path = fit.path(given.path);
+    if (path != nullptr) parts.path = path.get();
+    if (type == INVOKEMETHOD) arguments = fit.arguments(given.value.args);
+    if (arguments != nullptr) parts.value.args = arguments.get();
+  }
 
   std::string frame;
   if (!encode_once(type, parts, parts.status, &frame)) return false;

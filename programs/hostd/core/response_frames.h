@@ -29,6 +29,9 @@ struct ResponseParts {
   // The request's fitting (wire_fit.h), so that a streamed answer logs each left-out property
   // once; nullptr: a fitting of this one frame.
   WireFit *fit = nullptr;
+  // The instance, path and arguments were fitted already (by the request's WireFit, on the
+  // thread that took them from the provider): they are encoded as they are.
+  bool fitted = false;
 };
 
 // The longest document that fits the fixed frame buffer of ModifyInstance, DeleteInstance and

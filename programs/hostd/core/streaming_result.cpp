@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "clock.h"
 #include "response_frames.h"
 #include "wire.h"
 #include "log.h"
@@ -33,13 +34,15 @@ CMPIResultFT StreamingResult::table_ = {
     &StreamingResult::return_error,
 };
 
-StreamingResult::StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out)
-    : type_(type), sink_(sink), fit_(type), method_out_(method_out) {
+StreamingResult::StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out,
+                                 FrameEncoderThread *encoder)
+    : type_(type), sink_(sink), fit_(type), method_out_(method_out), encoder_(encoder) {
   result_.hdl = this;
   result_.ft = &table_;
 }
 
 StreamingResult::~StreamingResult() {
+  finish_stream();
   if (held_instance_ != nullptr) CMRelease(held_instance_);
   if (held_path_ != nullptr) CMRelease(held_path_);
 }
@@ -150,7 +153,49 @@ CMPIStatus StreamingResult::return_value(const CMPIValue *value, CMPIType type) 
   return st;
 }
 
+void StreamingResult::finish_stream() {
+  if (encoder_ == nullptr || !encoder_->open()) return;
+  const FrameEncoderThread::Outcome done = encoder_->finish();
+  frames_ += done.frames;
+  handed_ = 0;
+  if (done.failed) failed_ = true;
+}
+
+// true when this result came within kSlowResultMs of the one before.
+bool StreamingResult::quick_result() {
+  const long long now = now_ms();
+  const bool quick = now - last_result_ms_ <= kSlowResultMs;
+  last_result_ms_ = now;
+  return quick;
+}
+
+// A copy of inst that the encoder thread may own: the fitted copy if fitting made one, else a
+// clone. nullptr when the instance is not the object library's own (its clone might share
+// state with it), when no thread can run, or when no copy could be made.
+CMPIInstance *StreamingResult::copy_for_encoder(CMPIInstance *inst) {
+  if (!cmpiIsOwnInstance(inst) || !encoder_->start()) return nullptr;
+  FittedInstance fitted = fit_.instance(inst);
+  if (fitted != nullptr) return fitted.release();
+  return CMClone(inst, nullptr);
+}
+
 CMPIStatus StreamingResult::stream(CMPIInstance *inst, CMPIObjectPath *path) {
+  if (failed_) return status(CMPI_RC_ERR_FAILED);
+  if (inst != nullptr && encoder_ != nullptr && quick_result() &&
+      frames_ + handed_ >= kEncodedHere) {
+    CMPIInstance *copy = copy_for_encoder(inst);
+    if (copy != nullptr) {
+      if (!encoder_->open()) encoder_->begin(type_, sink_, frames_);
+      if (!encoder_->push(copy)) {
+        finish_stream();
+        return status(CMPI_RC_ERR_FAILED);
+      }
+      ++handed_;
+      return status(CMPI_RC_OK);
+    }
+  }
+  // Encoded here: whatever was handed over goes out first.
+  finish_stream();
   if (failed_) return status(CMPI_RC_ERR_FAILED);
   ResponseParts parts;
   parts.instance = inst;

@@ -15,6 +15,16 @@
 //                                     and remember its type code
 // Every streamed frame goes through the request's one WireFit, so a property that the wire
 // cannot carry is left out of each result and logged once for the whole answer.
+// With the worker's FrameEncoderThread, the instances of an answer past its first
+// kEncodedHere are fitted and copied here and encoded on that thread while the provider makes
+// the next ones (frame_encoder_thread.h); their frames are passed on from here, at the next
+// returnInstance or when the stream is finished. Encoded here instead, after everything handed
+// over before it: an instance that is not the object library's own, and one that came more
+// than kSlowResultMs after the result before it (a slow provider's results reach the client
+// at once, not with its next result). finish_stream() waits for the thread (the worker calls
+// it when the provider has returned, and the destructor does); failed() counts what the thread
+// did only after it. A frame that fails on the thread fails a later returnInstance of the
+// provider instead of the one that returned it.
 // returnData with a CMPI_instance or CMPI_ref value counts as returnInstance or
 // returnObjectPath. Anything else is refused with CMPI_RC_ERR_NOT_SUPPORTED. returnDone and
 // returnError are accepted and change nothing.
@@ -27,6 +37,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "frame_encoder_thread.h"
 #include "frame_sink.h"
 #include "wire_fit.h"
 
@@ -34,8 +45,15 @@ namespace hostd {
 
 class StreamingResult {
  public:
-  // method_out: the output arguments of an INVOKEMETHOD request (else NULL).
-  StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out);
+  // The first results of an answer that are encoded on the provider's thread even with an
+  // encoder thread: a small answer costs no hand-over.
+  static constexpr unsigned long kEncodedHere = 8;
+  static constexpr long long kSlowResultMs = 2;
+
+  // method_out: the output arguments of an INVOKEMETHOD request (else NULL). encoder: the
+  // worker's encoder thread, or NULL to encode every result on the provider's thread.
+  StreamingResult(int type, FrameSink *sink, CMPIArgs *method_out,
+                  FrameEncoderThread *encoder = nullptr);
   ~StreamingResult();
   StreamingResult(const StreamingResult &) = delete;
   StreamingResult &operator=(const StreamingResult &) = delete;
@@ -47,7 +65,10 @@ class StreamingResult {
   CMPIType return_type() const { return return_type_; }
   // A result could not be encoded or written: the answer is incomplete.
   bool failed() const { return failed_; }
-  unsigned long frames() const { return frames_; }
+  // Results streamed so far, counting those handed to the encoder thread.
+  unsigned long frames() const { return frames_ + handed_; }
+  // Waits until the encoder thread has passed on everything handed to it.
+  void finish_stream();
   // The provider whose results follow and the worker's memory of lossy-value warnings
   // (WireFit::set_source).
   void set_source(const std::string &provider, std::unordered_set<std::string> *warned) {
@@ -70,6 +91,8 @@ class StreamingResult {
   CMPIStatus object_path(const CMPIObjectPath *path);
   CMPIStatus return_value(const CMPIValue *value, CMPIType type);
   CMPIStatus stream(CMPIInstance *inst, CMPIObjectPath *path);
+  CMPIInstance *copy_for_encoder(CMPIInstance *inst);
+  bool quick_result();
 
   static CMPIResultFT table_;
   CMPIResult result_;
@@ -82,7 +105,10 @@ class StreamingResult {
   CMPIObjectPath *held_path_ = nullptr;
   CMPIType return_type_ = CMPI_null;
   bool failed_ = false;
-  unsigned long frames_ = 0;
+  unsigned long frames_ = 0;   // passed on (by this thread, or by the encoder thread finished)
+  unsigned long handed_ = 0;   // handed to the encoder thread, not yet counted in frames_
+  long long last_result_ms_ = 0;
+  FrameEncoderThread *encoder_;
 };
 
 }  // namespace hostd

@@ -4,6 +4,7 @@
 #include <cmpiutility/privilege.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -69,6 +70,13 @@ bool switch_identity(const WorkerSetup &setup) {
   return getppid() == setup.front;
 }
 
+// A second thread gains nothing on one processor: it would only add the copies it needs.
+bool more_than_one_processor() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  return sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 1;
+}
+
 // Children that providers left behind and that have ended.
 void reap_left_behind() {
   int status = 0;
@@ -101,7 +109,8 @@ void run_worker_process(const WorkerSetup &setup) {
   {
     if (setup.window != nullptr) setup.window->keep_from_forks();
     DirectAnswer sink(setup.window, setup.channel_fd);
-    RequestService service(setup.principal, &sink, setup.provider_idle_ms);
+    RequestService service(setup.principal, &sink, setup.provider_idle_ms,
+                           setup.encoder_thread && more_than_one_processor());
     std::string document;
     MessageKind kind;
     int client = -1;

@@ -7,7 +7,9 @@
  *     MODE_CRASH    enumerateInstances dies of SIGSEGV (the default action, so no sanitizer
  *                   handler turns it into an orderly exit)
  *     MODE_HANG     enumerateInstances never returns
- *     MODE_PARTIAL  enumerateInstances returns one instance, then the process exits with status 3
+ *     MODE_PARTIAL  enumerateInstances returns one instance (for class Test_PartialMany 200,
+ *                   "item0" to "item199", as fast as it can), then the process exits with
+ *                   status 3
  *     MODE_GENERIC  only the generic factory _Generic_Create_InstanceMI is exported;
  *                   enumerateInstances returns, for class Test_Many, 3000 instances with an
  *                   "Index"; for any other class one instance that tells what the provider was
@@ -110,6 +112,19 @@ static CMPIStatus enum_instances(CMPIInstanceMI *mi, const CMPIContext *ctx, con
   return ok_status();
 #elif FAULT_MODE == MODE_PARTIAL
   (void)ctx;
+  CMPIString *cn = CMGetClassName(op, NULL);
+  int many = strcmp(CMGetCharPtr(cn), "Test_PartialMany") == 0;
+  CMRelease(cn);
+  if (many) {
+    for (unsigned i = 0; i < 200; ++i) {
+      char id[32];
+      snprintf(id, sizeof id, "item%u", i);
+      CMPIInstance *inst = new_instance(op, id);
+      CMReturnInstance(rslt, inst);
+      CMRelease(inst);
+    }
+    _exit(3);
+  }
   CMPIInstance *inst = new_instance(op, "first");
   CMReturnInstance(rslt, inst);
   CMRelease(inst);

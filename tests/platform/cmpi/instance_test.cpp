@@ -512,6 +512,21 @@ TEST_F(InstanceTest, APeekPastTheEndOrAtAnotherLibrarysInstanceIsRefused) {
   EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekPropertyAt(&no_handle, 0, &name, &d));
 }
 
+TEST_F(InstanceTest, OwnInstancesAreToldFromAnyOther) {
+  EXPECT_EQ(1, cmpiIsOwnInstance(inst_));
+  CMPIStatus rc = unset_status();
+  CMPIInstance *copy = inst_->ft->clone(inst_, &rc);
+  ASSERT_NE(nullptr, copy);
+  EXPECT_EQ(1, cmpiIsOwnInstance(copy));
+  EXPECT_EQ(CMPI_RC_OK, +copy->ft->release(copy).rc);
+  EXPECT_EQ(0, cmpiIsOwnInstance(nullptr));
+  CMPIInstanceFT other_table = *inst_->ft;
+  CMPIInstance other = {inst_->hdl, &other_table};
+  EXPECT_EQ(0, cmpiIsOwnInstance(&other));
+  CMPIInstance no_handle = {nullptr, inst_->ft};
+  EXPECT_EQ(0, cmpiIsOwnInstance(&no_handle));
+}
+
 TEST_F(InstanceTest, APropertyLookReadsOursInPlaceAndAnyOtherThroughItsGetter) {
   inst_->ft->setProperty(inst_, "Name", reinterpret_cast<const CMPIValue *>("fan"), CMPI_chars);
   CMPIInstanceFT other_table = *inst_->ft;
