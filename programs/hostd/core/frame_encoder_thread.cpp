@@ -12,7 +12,6 @@
 #include "response_frames.h"
 
 namespace hostd {
-
 FrameEncoderThread::~FrameEncoderThread() {
   finish();
   if (!thread_.joinable()) return;
@@ -46,7 +45,6 @@ void FrameEncoderThread::begin(int type, FrameSink *sink, unsigned long results_
   type_ = type;
   results_before_ = results_before;
   encoded_.clear();
-  encoded_count_ = 0;
   encoded_total_ = 0;
   failed_ = false;
   sink_ = sink;
@@ -92,17 +90,20 @@ void FrameEncoderThread::pass_on(std::unique_lock<std::mutex> &lock) {
   if (encoded_.empty()) return;
   passing_.clear();
   passing_.swap(encoded_);
-  const unsigned long count = encoded_count_;
-  encoded_count_ = 0;
   if (sink_failed_) return;  // the sink takes nothing more: the frames are dropped
   lock.unlock();
-  const bool sent = sink_->send(passing_);
-  const int error = errno;
-  lock.lock();
-  if (sent) {
-    passed_on_ += count;
-    return;
+  bool refused = false;
+  int error = 0;
+  for (const Encoded &piece : passing_) {
+    if (!sink_->send(piece.frames)) {
+      error = errno;
+      refused = true;
+      break;
+    }
+    passed_on_ += piece.count;
   }
+  lock.lock();
+  if (!refused) return;
   HOSTD_ERROR("result %lu of request type %d cannot be passed on: %s",
               results_before_ + passed_on_ + 1, type_, std::strerror(error));
   sink_failed_ = true;
@@ -149,13 +150,8 @@ void FrameEncoderThread::run() {
     batch.clear();
 
     lock.lock();
-    if (encoded_.empty()) {
-      encoded_.swap(frames);
-    } else {
-      encoded_ += frames;
-    }
-    frames.clear();
-    encoded_count_ += count;
+    if (count > 0) encoded_.push_back(Encoded{std::move(frames), count});
+    frames = std::string();
     encoded_total_ += count;
     if (failed) failed_ = true;
     thread_busy_ = false;

@@ -88,8 +88,13 @@ class FrameEncoderThread {
   std::condition_variable work_;  // the thread waits here for instances
   std::condition_variable room_;  // push() waits here for room, finish() for the end
   std::vector<CMPIInstance *> waiting_;
-  std::string encoded_;           // frames encoded, not yet passed on
-  unsigned long encoded_count_ = 0;
+  // Frames encoded and not yet passed on, one piece per batch (moved, never copied, under the
+  // lock).
+  struct Encoded {
+    std::string frames;
+    unsigned long count = 0;
+  };
+  std::vector<Encoded> encoded_;
   unsigned long encoded_total_ = 0;  // frames encoded in this stream
   bool thread_sleeps_ = false;
   bool thread_busy_ = false;
@@ -104,7 +109,7 @@ class FrameEncoderThread {
   FrameSink *sink_ = nullptr;
   bool sink_failed_ = false;
   unsigned long passed_on_ = 0;
-  std::string passing_;
+  std::vector<Encoded> passing_;
   std::thread thread_;
 };
 
