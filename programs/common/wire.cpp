@@ -23,4 +23,13 @@ FrameKind classify_frame(std::string_view text) {
   return FrameKind::kData;
 }
 
+unsigned long count_frames(std::string_view frames) {
+  unsigned long n = 0;
+  for (std::size_t at = frames.find(kTerminator); at != std::string_view::npos;
+       at = frames.find(kTerminator, at + kTerminator.size())) {
+    ++n;
+  }
+  return n;
+}
+
 }  // namespace wire

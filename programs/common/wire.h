@@ -32,6 +32,9 @@ enum class FrameKind { kData, kComplete, kError };
 // leading token, as the client's tokenizers recognise them.
 FrameKind classify_frame(std::string_view text);
 
+// The frames in a run of whole guarded frames: each ends with the one terminator it holds.
+unsigned long count_frames(std::string_view frames);
+
 }  // namespace wire
 
 #endif  // CMPI_PROGRAMS_WIRE_H

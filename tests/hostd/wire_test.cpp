@@ -27,6 +27,18 @@ TEST(ControlFrames, AreClassifiedByTheirLeadingToken) {
   EXPECT_EQ(classify_frame(""), FrameKind::kData);
 }
 
+TEST(ControlFrames, FramesAreCountedByTheirTerminators) {
+  EXPECT_EQ(count_frames(""), 0u);
+  EXPECT_EQ(count_frames("{}"), 0u);
+  EXPECT_EQ(count_frames("{}CMPI_EOF"), 1u);
+  EXPECT_EQ(count_frames("{}CMPI_EOF{\"a\":1}CMPI_EOFCMPIOPERATION_COMPLETECMPI_EOF"), 3u);
+  // A guarded frame holds no terminator but its last.
+  std::string guarded = "{\"v\":\"CMPI_EOF\"}CMPI_EOF";
+  EXPECT_EQ(count_frames(guarded), 2u);
+  EXPECT_EQ(guard_frame(&guarded), 1u);
+  EXPECT_EQ(count_frames(guarded), 1u);
+}
+
 TEST(Operations, OneRowPerRequestTypeInOrder) {
   int count = 0;
   const Operation *ops = all_operations(&count);

@@ -81,11 +81,7 @@ bool DirectAnswer::place(std::string_view frames) {
   }
   std::memcpy(window_->bytes() + (placed - h.base.load(std::memory_order_relaxed)),
               frames.data(), frames.size());
-  unsigned long count = 0;
-  for (std::size_t at = frames.find(wire::kTerminator); at != std::string_view::npos;
-       at = frames.find(wire::kTerminator, at + wire::kTerminator.size())) {
-    ++count;
-  }
+  const unsigned long count = wire::count_frames(frames);
   const std::size_t used = placed + frames.size() - h.base.load(std::memory_order_relaxed);
   if (used > widest_) widest_ = used;
   h.frames.fetch_add(count, std::memory_order_relaxed);

@@ -29,16 +29,6 @@ std::string describe_wait_status(int status) {
   return "ended with wait status " + std::to_string(status);
 }
 
-// Frames in a message: each ends with the one terminator it holds (frames are guarded).
-unsigned long count_frames(std::string_view payload) {
-  unsigned long n = 0;
-  for (std::size_t at = payload.find(wire::kTerminator); at != std::string_view::npos;
-       at = payload.find(wire::kTerminator, at + wire::kTerminator.size())) {
-    ++n;
-  }
-  return n;
-}
-
 WorkerChannel *Front::channel(int id) {
   auto it = channels_.find(id);
   return it == channels_.end() ? nullptr : &it->second;
@@ -240,7 +230,7 @@ void Front::read_worker(WorkerChannel &ch) {
       Connection *c = ch.connection != 0 ? connection(ch.connection) : nullptr;
       ch.silence = Deadline::in_ms(config_.provider_timeout * 1000LL);
       if (c != nullptr) {
-        c->frames += count_frames(message.payload);
+        c->frames += wire::count_frames(message.payload);
         send(*c, message.payload);
       }
       if (message.kind == MessageKind::kEnd) {
