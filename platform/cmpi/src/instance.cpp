@@ -72,15 +72,9 @@ bool accepts(const InstanceImpl &impl, const char *name) {
 void update_key(const InstanceImpl &impl, const char *name, const CMPIValue *value,
                 CMPIType type) {
   CMPIObjectPath *path = impl.path;
-  CMPIStatus st = make_status(CMPI_RC_OK);
-  CMPIData key = path->ft->getKey(path, name, &st);
-  if (st.rc != CMPI_RC_OK) {
-    return;
+  if (cmpi::path_has_key(path, name)) {
+    path->ft->addKey(path, name, value, type);
   }
-  if ((key.state & CMPI_nullValue) == 0) {
-    cmpiReleaseCMPIValue(key.type, &key.value);
-  }
-  path->ft->addKey(path, name, value, type);
 }
 
 CMPIStatus inst_release(CMPIInstance *inst) { return cmpi::release_impl<InstanceImpl>(inst); }

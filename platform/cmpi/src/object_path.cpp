@@ -276,6 +276,11 @@ namespace cmpi {
 
 const CMPIObjectPathFT *object_path_table() { return &object_path_ft; }
 
+bool path_has_key(const CMPIObjectPath *path, const char *name) {
+  const ObjectPathImpl *impl = our_impl<ObjectPathImpl>(path, object_path_table());
+  return impl != nullptr && impl->keys.find(name) != nullptr;
+}
+
 }  // namespace cmpi
 
 extern "C" CMPIObjectPath *makeNewObjectPath(const char *nameSpace, const char *className,

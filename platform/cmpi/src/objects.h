@@ -21,6 +21,10 @@ const CMPIContextFT *context_table();
 const CMPIConstClassFT *const_class_table();
 const CMPIErrorFT *error_table();
 
+// Whether path (one of ours) has a key of that name; nothing is copied. false for a path that is
+// not ours.
+bool path_has_key(const CMPIObjectPath *path, const char *name);
+
 // The CMPI type name of an object ("CMPIInstance", "CMPIObjectPath", "CMPIString", "CMPIArray",
 // "CMPIArgs", "CMPIDateTime", "CMPIEnumeration", "CMPIResult", "CMPIContext",
 // "CMPIConstClass", "CMPIError"), or nullptr when its table is none of ours.
