@@ -130,7 +130,7 @@ bool HostdProcess::start(std::string *error, const std::vector<std::string> &ext
       "--provider-dir", provider_dir_,  "--log-level", "3",     "--mode",      "0600"};
   args.insert(args.end(), extra_options.begin(), extra_options.end());
   // BENCH_HOSTD_OPTIONS adds options of the daemon (separated by blanks), for comparisons
-  // such as "--no-encoder-thread" against the default.
+  // such as "--encoder-thread on" against the default.
   if (const char *more = getenv("BENCH_HOSTD_OPTIONS")) {
     std::istringstream words(more);
     for (std::string word; words >> word;) args.push_back(word);

@@ -69,7 +69,7 @@ TEST(ParseOptions, NoArgumentsRunWithTheDefaults) {
   EXPECT_EQ(o.worker_cpu, 60);
   EXPECT_EQ(o.provider_timeout, 30);
   EXPECT_EQ(o.request_deadline, 300);
-  EXPECT_TRUE(o.encoder_thread);
+  EXPECT_EQ(o.encoder_thread, EncoderThread::kAuto);
   EXPECT_EQ(o.schema_db, "");
   EXPECT_EQ(o.provider_dir, "");
   EXPECT_TRUE(o.allow_users.empty());
@@ -255,12 +255,20 @@ TEST(ParseOptions, ListOptionsRepeat) {
 }
 
 TEST(ParseOptions, FlagsAndTexts) {
-  Parsed p = parse({"--foreground", "--allow-proxy-root", "--group", "cmpi", "--no-encoder-thread"});
+  Parsed p = parse({"--foreground", "--allow-proxy-root", "--group", "cmpi"});
   ASSERT_EQ(p.outcome, ParseOutcome::kRun) << p.error;
   EXPECT_TRUE(p.options.foreground);
   EXPECT_TRUE(p.options.proxy_root);
-  EXPECT_FALSE(p.options.encoder_thread);
   EXPECT_EQ(p.options.socket_group, "cmpi");
+}
+
+TEST(ParseOptions, EncoderThreadIsAutoOnOrOff) {
+  EXPECT_EQ(parse({"--encoder-thread", "on"}).options.encoder_thread, EncoderThread::kOn);
+  EXPECT_EQ(parse({"--encoder-thread", "off"}).options.encoder_thread, EncoderThread::kOff);
+  EXPECT_EQ(parse({"--encoder-thread=auto"}).options.encoder_thread, EncoderThread::kAuto);
+  Parsed p = parse({"--encoder-thread", "yes"});
+  EXPECT_EQ(p.outcome, ParseOutcome::kExitUsage);
+  EXPECT_EQ(p.error, "--encoder-thread: 'yes' is none of auto, on, off");
 }
 
 // ---- refusals ----------------------------------------------------------------------------------

@@ -36,6 +36,7 @@
 #include <string>
 
 #include "admission.h"
+#include "options.h"
 #include "request_check.h"
 #include "worker_pool.h"
 
@@ -60,7 +61,7 @@ struct FrontConfig {
   int worker_cpu = 0;             // seconds per request; 0: none
   int provider_timeout = 30;
   int request_deadline = 0;       // seconds; 0: none
-  bool encoder_thread = false;    // workers may encode enumerations on a second thread
+  EncoderThread encoder_thread = EncoderThread::kOff;  // see options.h
 };
 
 // The signals the front takes through its signalfd; block them before anything forks.

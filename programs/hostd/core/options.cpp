@@ -49,7 +49,7 @@ const OptionRow kOptionRows[] = {
     {"worker-cpu", kNumber, 10, 0, 86400},
     {"provider-timeout", kNumber, 10, 1, 86400},
     {"request-deadline", kNumber, 10, 0, 86400 * 7},
-    {"no-encoder-thread", kFlag, 0, 0, 0},
+    {"encoder-thread", kText, 0, 0, 0},
     {"schema-db", kPath, 0, 0, 0},
     {"provider-dir", kPath, 0, 0, 0},
     {"allow-user", kList, 0, 0, 0},
@@ -119,8 +119,17 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
     o->provider_timeout = static_cast<int>(n);
   } else if (name == "request-deadline") {
     o->request_deadline = static_cast<int>(n);
-  } else if (name == "no-encoder-thread") {
-    o->encoder_thread = false;
+  } else if (name == "encoder-thread") {
+    if (text == "auto") {
+      o->encoder_thread = EncoderThread::kAuto;
+    } else if (text == "on") {
+      o->encoder_thread = EncoderThread::kOn;
+    } else if (text == "off") {
+      o->encoder_thread = EncoderThread::kOff;
+    } else {
+      *error = "--encoder-thread: '" + text + "' is none of auto, on, off";
+      return false;
+    }
   } else if (name == "schema-db") {
     o->schema_db = absolute_path(text);
   } else if (name == "provider-dir") {
@@ -225,10 +234,10 @@ Workers (one user each, serving that user's requests one at a time):
                           (default 30)
   --request-deadline SECS longest time one request may take in all (default 300; 0: no
                           limit)
-  --no-encoder-thread     encode every result on the provider's thread (default: when
-                          the daemon may use more than one processor, a second thread in
-                          the worker encodes and sends the instances of an enumeration
-                          while the provider makes the next ones)
+  --encoder-thread WHEN   auto, on or off: whether a second thread in the worker
+                          encodes the instances of an enumeration while the provider
+                          makes the next ones (default auto: when the worker may use
+                          four processors or more; the answer's bytes are the same)
   A worker past a limit, or one that crashes, ends only the request it was serving: the
   client gets the whole frames sent so far and the error frame CMPIERROR:1, and the next
   request gets a new worker. Nothing a provider starts outlives its worker.

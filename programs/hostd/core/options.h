@@ -10,6 +10,12 @@
 
 namespace hostd {
 
+// Whether a worker encodes the instances of larger enumerations on a second thread while the
+// provider makes the next ones (frame_encoder_thread.h). kAuto: when the worker may use at
+// least four processors (with fewer, the provider, the second thread and the client compete
+// for them, and the copies the second thread needs cost more than it gains).
+enum class EncoderThread { kAuto, kOn, kOff };
+
 struct Options {
   // Socket and process.
   std::string socket_path = "/run/cmpi-hostd.sock";
@@ -38,7 +44,7 @@ struct Options {
   int worker_cpu = 60;                   // CPU seconds one request may use (0: no limit)
   int provider_timeout = 30;  // seconds a provider may go without producing output
   int request_deadline = 300;  // seconds one request may take in all (0: no limit)
-  bool encoder_thread = true;  // a second thread encodes large enumerations (multi-processor)
+  EncoderThread encoder_thread = EncoderThread::kAuto;
 
   // Where things are.
   std::string schema_db;     // empty: CMPIUTILITY_SCHEMA_DB or the fixed path

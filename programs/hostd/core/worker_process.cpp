@@ -70,11 +70,14 @@ bool switch_identity(const WorkerSetup &setup) {
   return getppid() == setup.front;
 }
 
-// A second thread gains nothing on one processor: it would only add the copies it needs.
-bool more_than_one_processor() {
+// The one place that decides what --encoder-thread auto means: four processors or more for
+// this worker, so that the provider, the encoder thread and a client on the same machine each
+// find one.
+bool encoder_thread_wanted(EncoderThread choice) {
+  if (choice != EncoderThread::kAuto) return choice == EncoderThread::kOn;
   cpu_set_t set;
   CPU_ZERO(&set);
-  return sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 1;
+  return sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) >= 4;
 }
 
 // Children that providers left behind and that have ended.
@@ -110,7 +113,7 @@ void run_worker_process(const WorkerSetup &setup) {
     if (setup.window != nullptr) setup.window->keep_from_forks();
     DirectAnswer sink(setup.window, setup.channel_fd);
     RequestService service(setup.principal, &sink, setup.provider_idle_ms,
-                           setup.encoder_thread && more_than_one_processor());
+                           encoder_thread_wanted(setup.encoder_thread));
     std::string document;
     MessageKind kind;
     int client = -1;

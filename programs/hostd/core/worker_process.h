@@ -27,6 +27,7 @@
 
 #include "admission.h"
 #include "answer_window.h"
+#include "options.h"
 
 namespace hostd {
 
@@ -38,9 +39,8 @@ struct WorkerSetup {
   pid_t front = 0;               // the front's pid, to notice its end
   std::size_t address_space = 0;  // bytes; 0: no limit
   long long provider_idle_ms = 0;  // unused providers are unloaded after this long
-  // Large enumerations are encoded on a second thread, if the worker may use more than one
-  // processor (request_service.h).
-  bool encoder_thread = false;
+  // Whether large enumerations are encoded on a second thread (options.h).
+  EncoderThread encoder_thread = EncoderThread::kOff;
   AnswerWindow *window = nullptr;  // shared with the front; nullptr: answers go through it
 };
 
