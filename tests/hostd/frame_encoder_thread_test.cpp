@@ -162,6 +162,15 @@ TEST(FrameEncoderThread, AFinishWithoutAStreamIsEmpty) {
   EXPECT_FALSE(encoder.running());
 }
 
+TEST(FrameEncoderThread, APushWithoutTheThreadIsRefusedAndNothingWaits) {
+  FrameEncoderThread encoder;
+  TestSink sink;
+  encoder.begin(ENUMINST, &sink, 0);
+  EXPECT_FALSE(encoder.push(copy_of(make_item(1))));
+  EXPECT_EQ(encoder.finish().frames, 0u);
+  EXPECT_EQ(sink.frames(), 0u);
+}
+
 TEST(FrameEncoderThread, AFewInstancesBelowTheWakeUpMarkArriveWhenTheStreamIsFinished) {
   FrameEncoderThread encoder;
   ASSERT_TRUE(encoder.start());

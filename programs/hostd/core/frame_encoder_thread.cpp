@@ -54,6 +54,10 @@ void FrameEncoderThread::begin(int type, FrameSink *sink, unsigned long results_
 }
 
 bool FrameEncoderThread::push(CMPIInstance *inst) {
+  if (!running()) {
+    CMRelease(inst);
+    return false;
+  }
   std::unique_lock<std::mutex> lock(mutex_);
   while (waiting_.size() >= kQueueMax && !failed_) {
     pusher_waits_ = true;

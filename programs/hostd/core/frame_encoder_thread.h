@@ -69,7 +69,8 @@ class FrameEncoderThread {
   // results of the answer already passed on, so that failures name the right result.
   void begin(int type, FrameSink *sink, unsigned long results_before);
   // Takes inst (owned from here on; released by the thread), then passes on the frames
-  // encoded so far. false, with inst released at once, when the stream has failed.
+  // encoded so far. false, with inst released at once, when the stream has failed or the
+  // thread does not run (start() first).
   bool push(CMPIInstance *inst);
   // Waits until every instance pushed is encoded (or released after a failure), passes the
   // frames on, and closes the stream. Without an open stream it returns an empty outcome.

@@ -48,6 +48,7 @@ class StreamingResult {
   // The first results of an answer that are encoded on the provider's thread even with an
   // encoder thread: a small answer costs no hand-over.
   static constexpr unsigned long kEncodedHere = 8;
+  // A result that comes later than this after the one before is encoded at once.
   static constexpr long long kSlowResultMs = 2;
 
   // method_out: the output arguments of an INVOKEMETHOD request (else NULL). encoder: the
