@@ -22,6 +22,7 @@ void DirectAnswer::begin(int client) {
   if (client_ < 0 && client >= 0) close(client);
   relayed_ = false;
   client_gone_ = false;
+  held_up_ = false;
   // The request's start counts as a send: an answer made within kSendAfterMs (a GetInstance)
   // goes out whole in one send with its final frame.
   last_send_ms_ = now_ms();
@@ -119,9 +120,12 @@ bool DirectAnswer::send_once() {
       // An empty window starts again at its first byte.
       if (now_sent == placed) h.base.store(placed, std::memory_order_release);
       more = now_sent < placed;
+      if (more) held_up_ = true;
     } else if (n < 0 && errno == EINTR) {
       more = true;
-    } else if (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK) {
+    } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      held_up_ = true;
+    } else if (n < 0) {
       window_->unlock();
       drop_client();
       return false;

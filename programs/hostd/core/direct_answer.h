@@ -51,6 +51,8 @@ class DirectAnswer : public FrameSink {
   // -1.
   void begin(int client);
   bool send(const std::string &frames) override;
+  // The client's socket took less than it was offered (or nothing) at least once since begin().
+  bool held_up() const override { return held_up_; }
   // The final frames; false when the channel to the front failed.
   bool finish(const std::string &last);
 
@@ -76,6 +78,7 @@ class DirectAnswer : public FrameSink {
   int client_ = -1;
   bool relayed_ = false;     // frames went through the front: all the rest does too
   bool client_gone_ = false;
+  bool held_up_ = false;
   long long last_send_ms_ = 0;
   std::size_t widest_ = 0;   // the most of the window this answer has used
 };

@@ -182,7 +182,7 @@ CMPIInstance *StreamingResult::copy_for_encoder(CMPIInstance *inst) {
 CMPIStatus StreamingResult::stream(CMPIInstance *inst, CMPIObjectPath *path) {
   if (failed_) return status(CMPI_RC_ERR_FAILED);
   if (inst != nullptr && encoder_ != nullptr && quick_result() &&
-      frames_ + handed_ >= kEncodedHere) {
+      frames_ + handed_ >= kEncodedHere && !sink_->held_up()) {
     CMPIInstance *copy = copy_for_encoder(inst);
     if (copy != nullptr) {
       if (!encoder_->open()) encoder_->begin(type_, sink_, frames_);

@@ -19,9 +19,11 @@
 // kEncodedHere are fitted and copied here and encoded on that thread while the provider makes
 // the next ones (frame_encoder_thread.h); their frames are passed on from here, at the next
 // returnInstance or when the stream is finished. Encoded here instead, after everything handed
-// over before it: an instance that is not the object library's own, and one that came more
-// than kSlowResultMs after the result before it (a slow provider's results reach the client
-// at once, not with its next result). finish_stream() waits for the thread (the worker calls
+// over before it: an instance that is not the object library's own; one that came more than
+// kSlowResultMs after the result before it (a slow provider's results reach the client at
+// once, not with its next result); and every instance once the sink was held up (a client that
+// reads slower than the answer is made gains nothing from the thread, and needs the processor
+// time it would take). finish_stream() waits for the thread (the worker calls
 // it when the provider has returned, and the destructor does); failed() counts what the thread
 // did only after it. A frame that fails on the thread fails a later returnInstance of the
 // provider instead of the one that returned it.
