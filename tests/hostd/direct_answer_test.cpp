@@ -176,6 +176,19 @@ TEST_F(DirectAnswering, AQuickAnswerReachesTheClientWholeAndEndsTheConnection) {
   EXPECT_EQ(s.flags & AnswerWindow::kClientGone, 0u);
 }
 
+TEST_F(DirectAnswering, AClientThatTakesLessThanItIsOfferedHoldsTheAnswerUp) {
+  ASSERT_TRUE(answer.send(frame("one")));
+  EXPECT_FALSE(answer.held_up());
+  // The client reads nothing: its socket fills long before the window does.
+  const std::string piece = frame(std::string(32 * 1024, 'p'));
+  for (int i = 0; i < 24 && !answer.held_up(); ++i) ASSERT_TRUE(answer.send(piece));
+  EXPECT_TRUE(answer.held_up());
+  // The next answer starts afresh.
+  Pair next;
+  answer.begin(next.worker_copy());
+  EXPECT_FALSE(answer.held_up());
+}
+
 TEST_F(DirectAnswering, AFrontThatAskedToHearOfTheEndIsWokenWithAnEmptyMessage) {
   ASSERT_TRUE(answer.send(frame("one")));
   EXPECT_FALSE(channel_has_message());

@@ -311,6 +311,30 @@ TEST(StreamingResultWithEncoder, AnEnumerationGivesTheSameBytesAsWithoutIt) {
   EXPECT_FALSE(failed_alone);
 }
 
+// A sink whose receiver reads slower than the answer is made.
+class HeldUpSink : public StringSink {
+ public:
+  bool held_up() const override { return true; }
+};
+
+TEST(StreamingResultWithEncoder, AnAnswerHeldUpByItsClientIsEncodedOnTheProvidersThread) {
+  FrameEncoderThread encoder;
+  HeldUpSink sink;
+  std::string expected;
+  {
+    StreamingResult result(ENUMINST, &sink, nullptr, &encoder);
+    for (unsigned i = 0; i < 200; ++i) {
+      Instance inst = make_item(i);
+      expected += frame_of(inst);
+      ASSERT_EQ(CMReturnInstance(result.result(), inst.get()).rc, CMPI_RC_OK);
+    }
+    result.finish_stream();
+    EXPECT_EQ(result.frames(), 200u);
+  }
+  EXPECT_FALSE(encoder.running()) << "nothing was handed over";
+  EXPECT_EQ(sink.text, expected);
+}
+
 TEST(StreamingResultWithEncoder, ASmallAnswerDoesNotStartTheThread) {
   FrameEncoderThread encoder;
   bool failed = true;

@@ -237,7 +237,8 @@ Workers (one user each, serving that user's requests one at a time):
   --encoder-thread WHEN   auto, on or off: whether a second thread in the worker
                           encodes the instances of an enumeration while the provider
                           makes the next ones (default auto: when the worker may use
-                          four processors or more; the answer's bytes are the same)
+                          more than one processor, and only while the client keeps
+                          up; the answer's bytes are the same)
   A worker past a limit, or one that crashes, ends only the request it was serving: the
   client gets the whole frames sent so far and the error frame CMPIERROR:1, and the next
   request gets a new worker. Nothing a provider starts outlives its worker.

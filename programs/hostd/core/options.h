@@ -11,9 +11,9 @@
 namespace hostd {
 
 // Whether a worker encodes the instances of larger enumerations on a second thread while the
-// provider makes the next ones (frame_encoder_thread.h). kAuto: when the worker may use at
-// least four processors (with fewer, the provider, the second thread and the client compete
-// for them, and the copies the second thread needs cost more than it gains).
+// provider makes the next ones (frame_encoder_thread.h). kAuto: when the worker may use more
+// than one processor (on one, the copies the second thread needs are pure cost). Either way an
+// answer stops handing instances over once its client reads slower than it is made.
 enum class EncoderThread { kAuto, kOn, kOff };
 
 struct Options {

@@ -70,14 +70,13 @@ bool switch_identity(const WorkerSetup &setup) {
   return getppid() == setup.front;
 }
 
-// The one place that decides what --encoder-thread auto means: four processors or more for
-// this worker, so that the provider, the encoder thread and a client on the same machine each
-// find one.
+// The one place that decides what --encoder-thread auto means: more than one processor for
+// this worker (on one, the thread's copies are pure cost).
 bool encoder_thread_wanted(EncoderThread choice) {
   if (choice != EncoderThread::kAuto) return choice == EncoderThread::kOn;
   cpu_set_t set;
   CPU_ZERO(&set);
-  return sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) >= 4;
+  return sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 1;
 }
 
 // Children that providers left behind and that have ended.
