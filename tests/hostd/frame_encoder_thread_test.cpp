@@ -26,6 +26,7 @@
 #include "log_capture.h"
 #include "response_frames.h"
 #include "streaming_result.h"
+#include "wire.h"
 #include "wire_fit.h"
 
 namespace hostd {
@@ -64,14 +65,7 @@ std::string frame_of(const Instance &inst, int type = ENUMINST) {
   return frame;
 }
 
-std::size_t frame_count(const std::string &text) {
-  std::size_t n = 0;
-  for (std::size_t at = text.find("CMPI_EOF"); at != std::string::npos;
-       at = text.find("CMPI_EOF", at + 1)) {
-    ++n;
-  }
-  return n;
-}
+std::size_t frame_count(const std::string &text) { return wire::count_frames(text); }
 
 // A sink whose sends can be slowed down, counted and refused from the n-th frame on.
 class TestSink : public FrameSink {
@@ -311,6 +305,39 @@ TEST(StreamingResultWithEncoder, AnEnumerationGivesTheSameBytesAsWithoutIt) {
   EXPECT_FALSE(failed_alone);
 }
 
+// An instance of somebody else's making: the object library's own record behind a table of
+// the maker's own.
+struct ForeignInstance {
+  explicit ForeignInstance(const Instance &inst) : table(*inst->ft) {
+    object.hdl = inst->hdl;
+    object.ft = &table;
+  }
+  CMPIInstance object;
+  CMPIInstanceFT table;
+};
+
+// Returns count new instances into one answer (the one at foreign_at through a foreign
+// table); gives the frames the provider's thread alone would have written.
+std::string return_items(unsigned count, FrameSink *sink, FrameEncoderThread *encoder,
+                         unsigned foreign_at = ~0u) {
+  std::string expected;
+  StreamingResult result(ENUMINST, sink, nullptr, encoder);
+  for (unsigned i = 0; i < count; ++i) {
+    Instance inst = make_item(i);
+    expected += frame_of(inst);
+    if (i == foreign_at) {
+      ForeignInstance foreign(inst);
+      EXPECT_EQ(cmpiIsOwnInstance(&foreign.object), 0);
+      EXPECT_EQ(CMReturnInstance(result.result(), &foreign.object).rc, CMPI_RC_OK);
+    } else {
+      EXPECT_EQ(CMReturnInstance(result.result(), inst.get()).rc, CMPI_RC_OK);
+    }
+  }
+  result.finish_stream();
+  EXPECT_EQ(result.frames(), count);
+  return expected;
+}
+
 // A sink whose receiver reads slower than the answer is made.
 class HeldUpSink : public StringSink {
  public:
@@ -320,17 +347,7 @@ class HeldUpSink : public StringSink {
 TEST(StreamingResultWithEncoder, AnAnswerHeldUpByItsClientIsEncodedOnTheProvidersThread) {
   FrameEncoderThread encoder;
   HeldUpSink sink;
-  std::string expected;
-  {
-    StreamingResult result(ENUMINST, &sink, nullptr, &encoder);
-    for (unsigned i = 0; i < 200; ++i) {
-      Instance inst = make_item(i);
-      expected += frame_of(inst);
-      ASSERT_EQ(CMReturnInstance(result.result(), inst.get()).rc, CMPI_RC_OK);
-    }
-    result.finish_stream();
-    EXPECT_EQ(result.frames(), 200u);
-  }
+  const std::string expected = return_items(200, &sink, &encoder);
   EXPECT_FALSE(encoder.running()) << "nothing was handed over";
   EXPECT_EQ(sink.text, expected);
 }
@@ -344,37 +361,10 @@ TEST(StreamingResultWithEncoder, ASmallAnswerDoesNotStartTheThread) {
   EXPECT_EQ(frames, StreamingResult::kEncodedHere);
 }
 
-// An instance of somebody else's making: the object library's own behind a table of our own.
-struct ForeignInstance {
-  CMPIInstance object;
-  CMPIInstanceFT table;
-  CMPIInstance *inner;
-};
-
 TEST(StreamingResultWithEncoder, AnInstanceOfAnotherMakeIsEncodedInItsPlace) {
   FrameEncoderThread encoder;
   StringSink sink;
-  std::string expected;
-  {
-    StreamingResult result(ENUMINST, &sink, nullptr, &encoder);
-    for (unsigned i = 0; i < 100; ++i) {
-      Instance inst = make_item(i);
-      if (i != 50) {
-        expected += frame_of(inst);
-        ASSERT_EQ(CMReturnInstance(result.result(), inst.get()).rc, CMPI_RC_OK);
-        continue;
-      }
-      ForeignInstance foreign;
-      foreign.table = *inst->ft;
-      foreign.object.hdl = inst->hdl;
-      foreign.object.ft = &foreign.table;
-      ASSERT_EQ(cmpiIsOwnInstance(&foreign.object), 0);
-      expected += frame_of(inst);
-      ASSERT_EQ(CMReturnInstance(result.result(), &foreign.object).rc, CMPI_RC_OK);
-    }
-    result.finish_stream();
-    EXPECT_EQ(result.frames(), 100u);
-  }
+  const std::string expected = return_items(100, &sink, &encoder, 50);
   EXPECT_TRUE(encoder.running());
   EXPECT_EQ(sink.text, expected);
 }
