@@ -79,6 +79,7 @@ class TestSink : public FrameSink {
       return false;
     }
     if (delay_us_ > 0) usleep(static_cast<useconds_t>(delay_us_ * count));
+    if (count > 1) widest_of_several_ = std::max(widest_of_several_, frames.size());
     text_ += frames;
     frames_ += count;
     return true;
@@ -95,6 +96,11 @@ class TestSink : public FrameSink {
     std::lock_guard<std::mutex> lock(mutex_);
     return calls_;
   }
+  // The widest piece passed on that held more than one frame.
+  std::size_t widest_of_several() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return widest_of_several_;
+  }
   void refuse_from(std::size_t frame) { refuse_from_ = frame; }
   void delay_per_frame_us(int us) { delay_us_ = us; }
 
@@ -103,6 +109,7 @@ class TestSink : public FrameSink {
   std::string text_;
   std::size_t frames_ = 0;
   std::size_t calls_ = 0;
+  std::size_t widest_of_several_ = 0;
   std::size_t refuse_from_ = 0;
   int delay_us_ = 0;
 };
@@ -127,6 +134,26 @@ TEST(FrameEncoderThread, FramesArriveInTheOrderPushedWithTheProviderThreadsOwnBy
   // Passed on in batches, not one send per frame and not all at the end.
   EXPECT_LT(sink.calls(), 500u);
   EXPECT_GT(sink.calls(), 1u);
+}
+
+TEST(FrameEncoderThread, LargeFramesArePassedOnInPiecesNoWiderThanAPieceOrOneFrame) {
+  FrameEncoderThread encoder;
+  ASSERT_TRUE(encoder.start());
+  TestSink sink;
+  std::string expected;
+  encoder.begin(ENUMINST, &sink, 0);
+  for (unsigned i = 0; i < 120; ++i) {
+    Instance inst = make_item(i);
+    // From 1 KiB to about 120 KiB: some frames share pieces, some are wider than one.
+    const std::string note(1024u * (i + 1), 'n');
+    CMSetProperty(inst.get(), "Note", note.c_str(), CMPI_chars);
+    expected += frame_of(inst);
+    ASSERT_TRUE(encoder.push(copy_of(inst)));
+  }
+  EXPECT_EQ(encoder.finish().frames, 120u);
+  EXPECT_EQ(sink.text(), expected);
+  EXPECT_GT(sink.widest_of_several(), 0u) << "small frames still share pieces";
+  EXPECT_LE(sink.widest_of_several(), FrameEncoderThread::kPieceBytes);
 }
 
 TEST(FrameEncoderThread, OneThreadServesStreamAfterStream) {

@@ -116,7 +116,7 @@ void FrameEncoderThread::pass_on(std::unique_lock<std::mutex> &lock) {
 
 void FrameEncoderThread::run() {
   std::vector<CMPIInstance *> batch;
-  std::string frames;
+  std::vector<Encoded> pieces;
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
     while (!stopping_ && waiting_.size() < kWakeAt && !(finishing_ && !waiting_.empty())) {
@@ -141,21 +141,31 @@ void FrameEncoderThread::run() {
 
     unsigned long count = 0;
     bool failed = skip;
+    Encoded piece;
     for (CMPIInstance *inst : batch) {
-      if (!failed) {
-        if (encode(inst, type, first + count, &frames)) {
-          ++count;
+      const std::size_t before = piece.frames.size();
+      if (!failed && encode(inst, type, first + count, &piece.frames)) {
+        ++count;
+        if (before > 0 && piece.frames.size() > kPieceBytes) {
+          // The new frame begins the next piece.
+          Encoded next{piece.frames.substr(before), 1};
+          piece.frames.resize(before);
+          pieces.push_back(std::move(piece));
+          piece = std::move(next);
         } else {
-          failed = true;
+          ++piece.count;
         }
+      } else {
+        failed = true;
       }
       CMRelease(inst);
     }
     batch.clear();
+    if (piece.count > 0) pieces.push_back(std::move(piece));
 
     lock.lock();
-    if (count > 0) encoded_.push_back(Encoded{std::move(frames), count});
-    frames = std::string();
+    for (Encoded &done : pieces) encoded_.push_back(std::move(done));
+    pieces.clear();
     encoded_total_ += count;
     if (failed) failed_ = true;
     thread_busy_ = false;

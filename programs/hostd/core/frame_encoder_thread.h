@@ -49,6 +49,10 @@ class FrameEncoderThread {
  public:
   static constexpr std::size_t kWakeAt = 16;
   static constexpr std::size_t kQueueMax = 64;
+  // The frames are passed to the sink in pieces of at most this many bytes, or of one frame:
+  // the worker's sink places each piece whole in its answer window, and a piece wider than the
+  // window would send the rest of the answer the slow way (direct_answer.h).
+  static constexpr std::size_t kPieceBytes = 64u << 10;
 
   struct Outcome {
     unsigned long frames = 0;  // frames passed on in this stream
