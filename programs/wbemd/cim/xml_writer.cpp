@@ -8,10 +8,23 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xef\xbf\xbd";  // U+FFFD
 
+// Printable ASCII that stands for itself in text and attributes alike.
+bool plain(char c) {
+  return c >= 0x20 && c < 0x7f && c != '&' && c != '<' && c != '>' && c != '"' && c != '\'';
+}
+
 void escape(std::string_view text, std::string *out, bool attribute) {
   out->reserve(out->size() + text.size());
   std::size_t i = 0;
   while (i < text.size()) {
+    // Runs of plain characters (most of every value) are appended at once.
+    std::size_t run = i;
+    while (run < text.size() && plain(text[run])) ++run;
+    if (run > i) {
+      out->append(text.data() + i, run - i);
+      i = run;
+      if (i == text.size()) break;
+    }
     if (static_cast<unsigned char>(text[i]) >= 0x80) {
       unsigned code = 0;
       const std::size_t n = wire::utf8_sequence(text, i, &code);
