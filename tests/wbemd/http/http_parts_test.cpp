@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -319,6 +320,14 @@ TEST(AnswerProducer, IsDestroyedWhileItsAnswerWaitsForAnAbandonedReader) {
 TEST(HttpLog, ClientTextIsEscapedAndCut) {
   EXPECT_EQ(wbem::log_safe("a\nb\\c"), "a\\x0ab\\x5cc");
   EXPECT_EQ(wbem::log_safe(std::string(150, 'z')), std::string(100, 'z') + "...(+50 bytes)");
+}
+
+TEST(RequestChecks, HeaderNamesMatchWithoutRegardToCase) {
+  const wbem::HeaderList headers = {{"cimMETHOD", "a"}, {"CIMMethod", "b"}, {"CIMMethods", "c"},
+                                    {"CIM-Method", "d"}, {"CIMMethoD", "e"}, {"", "f"}};
+  EXPECT_EQ(wbem::header_values(headers, "CIMMethod"), (std::vector<std::string>{"a", "b", "e"}));
+  EXPECT_EQ(wbem::header_values(headers, "cim-method"), (std::vector<std::string>{"d"}));
+  EXPECT_TRUE(wbem::header_values(headers, "CIMObject").empty());
 }
 
 TEST(ListenSocket, LoopbackAddresses) {
