@@ -267,6 +267,9 @@ void write_instance(XmlOut &out, const CMPIInstance *inst, const Json::Value &pr
     if (path) cls = cli::take_text(CMGetClassName(path.get(), nullptr));
   }
   out.open("INSTANCE", {{"CLASSNAME", cls}});
+  // Most frames mark no property at all (frame_marks.h): then no look-up per property.
+  static const Json::Value unmarked;
+  const bool marked = props.isObject() && !props.empty();
   const CMPICount n = CMGetPropertyCount(inst, nullptr);
   for (CMPICount i = 0; i < n; ++i) {
     CMPIString *name = nullptr;
@@ -274,7 +277,7 @@ void write_instance(XmlOut &out, const CMPIInstance *inst, const Json::Value &pr
     cli::OwnedData owned(data);
     const std::string prop = cli::take_text(name);
     if (!filter.keeps(prop)) continue;
-    write_property(out, prop, data, member(props, prop.c_str()), where, cls);
+    write_property(out, prop, data, marked ? member(props, prop.c_str()) : unmarked, where, cls);
   }
   out.close("INSTANCE");
 }

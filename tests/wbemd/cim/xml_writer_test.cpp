@@ -77,6 +77,18 @@ TEST(XmlWriter, PlainRunsAndEscapesMixAnywhere) {
   EXPECT_EQ(escaped_text(run), run);
 }
 
+TEST(XmlWriter, TagsWithPlainAndEscapedAttributesAlike) {
+  XmlOut out;
+  out.open("A", {{"X", "plain"}, {"Y", "a<b\"c"}});
+  out.open("B", {{"X", ""}, {"LONG", std::string(200, 'v')}});
+  out.leaf("C", "t&t", {{"Z", "z"}});
+  out.close("B");
+  out.open("D");
+  out.close("A");
+  EXPECT_EQ(out.str(), "<A X=\"plain\" Y=\"a&lt;b&quot;c\"><B X=\"\" LONG=\"" + std::string(200, 'v') +
+                           "\"><C Z=\"z\">t&amp;t</C></B><D></A>");
+}
+
 TEST(XmlWriter, EmptyElementsAreNeverSelfClosing) {
   XmlOut out;
   out.empty("IRETURNVALUE");
