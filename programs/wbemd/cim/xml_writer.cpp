@@ -111,9 +111,16 @@ void start_tag(std::string *out, std::string_view name,
     }
   }
   if (plain_values) {
-    const std::size_t at = out->size();
-    out->resize(at + need);
-    char *p = &(*out)[at];
+    // Made in a buffer on the stack and appended in one step when it fits (one call, where a
+    // resize of the string would also fill what is then overwritten).
+    char local[512];
+    std::string made;
+    char *start = local;
+    if (need > sizeof local) {
+      made.resize(need);
+      start = &made[0];
+    }
+    char *p = start;
     *p++ = '<';
     p = put(p, name);
     for (const auto &a : attributes) {
@@ -125,6 +132,7 @@ void start_tag(std::string *out, std::string_view name,
       *p++ = '"';
     }
     *p = '>';
+    out->append(start, need);
     return;
   }
   out->push_back('<');

@@ -36,13 +36,19 @@ class XmlOut {
   void open(std::string_view name, std::initializer_list<XmlAttribute> attributes = {});
   // "</name>"
   void close(std::string_view name) {
-    const std::size_t at = out_.size();
-    out_.resize(at + name.size() + 3);
-    char *p = &out_[at];
-    p[0] = '<';
-    p[1] = '/';
-    std::memcpy(p + 2, name.data(), name.size());
-    p[2 + name.size()] = '>';
+    char tag[64];
+    if (name.size() + 3 > sizeof tag) {
+      out_.append("</", 2);
+      out_.append(name.data(), name.size());
+      out_.push_back('>');
+      return;
+    }
+    // Made on the stack and appended in one step.
+    tag[0] = '<';
+    tag[1] = '/';
+    std::memcpy(tag + 2, name.data(), name.size());
+    tag[2 + name.size()] = '>';
+    out_.append(tag, name.size() + 3);
   }
   // "<name ...>text</name>"
   void leaf(std::string_view name, std::string_view text,

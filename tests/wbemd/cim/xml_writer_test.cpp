@@ -85,8 +85,13 @@ TEST(XmlWriter, TagsWithPlainAndEscapedAttributesAlike) {
   out.close("B");
   out.open("D");
   out.close("A");
+  // Longer than the writer's buffers on the stack: a start tag of 600 bytes, a long end tag.
+  const std::string name(70, 'N');
+  out.open(name, {{"V", std::string(600, 'w')}});
+  out.close(name);
   EXPECT_EQ(out.str(), "<A X=\"plain\" Y=\"a&lt;b&quot;c\"><B X=\"\" LONG=\"" + std::string(200, 'v') +
-                           "\"><C Z=\"z\">t&amp;t</C></B><D></A>");
+                           "\"><C Z=\"z\">t&amp;t</C></B><D></A><" + name + " V=\"" +
+                           std::string(600, 'w') + "\"></" + name + ">");
 }
 
 TEST(XmlWriter, EmptyElementsAreNeverSelfClosing) {
