@@ -24,6 +24,11 @@ constexpr int kCimLogTrace = 4;
 
 inline std::string log_name(std::string_view text) { return wire::log_text(text); }
 
+// Whether trace lines are written (the threshold is kCimLogTrace or more). cmpi-wbemd installs no
+// dlog sink, so below that threshold a trace line goes nowhere: the per-operation trace line is
+// issued only when this holds, which spares its log_name copies when tracing is off.
+inline bool cim_tracing() { return dlog_threshold() >= kCimLogTrace; }
+
 }  // namespace wbem
 
 #define CIM_ERROR(fmt, ...) \

@@ -15,6 +15,7 @@
 #include "command_line.h"
 #include "frame_view.h"
 #include "request_args.h"
+#include "request_frame.h"
 #include "result_names.h"
 #include "schema_classes.h"
 #include "schema_rows.h"
@@ -25,7 +26,7 @@ namespace {
 
 using cli::ParsedPath;
 using cli::ParsedValue;
-using cli::Request;
+using Request = HostRequest;
 
 [[noreturn]] void invalid(const std::string &why) {
   throw OperationError(CMPI_RC_ERR_INVALID_PARAMETER, why);

@@ -97,9 +97,11 @@ class Service : public CimService {
       context.database = settings_.schema_database;
       context.where.host = settings_.host_name;
       context.where.name_space = request.name_space;
-      CIM_TRACE("%s %s in %s for %s from %s", request.intrinsic ? "operation" : "method",
-                log_name(request.name).c_str(), log_name(request.name_space).c_str(),
-                log_name(call.user).c_str(), log_name(call.peer).c_str());
+      if (cim_tracing()) {
+        CIM_TRACE("%s %s in %s for %s from %s", request.intrinsic ? "operation" : "method",
+                  log_name(request.name).c_str(), log_name(request.name_space).c_str(),
+                  log_name(call.user).c_str(), log_name(call.peer).c_str());
+      }
       serve_operation(request, context, answer);
       if (!answer.done()) answer.fail(CMPI_RC_ERR_FAILED, "the operation ended without an answer");
     } catch (const OperationError &e) {

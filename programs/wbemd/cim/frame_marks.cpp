@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "wire.h"
 
@@ -21,9 +22,10 @@ class Scanner {
     // {"...": ..., "InstanceProps": {...}, ...}
     if (!open('{')) return false;
     if (next_is('}')) return ++at_, true;
+    std::string storage;
     for (;;) {
-      std::string key;
-      if (!string(&key) || !colon()) return false;
+      std::string_view key;
+      if (!string(&key, &storage) || !colon()) return false;
       if (key == "InstanceProps" && peek() == '{') {
         Json::Value props(Json::objectValue);
         if (!properties(&props)) return false;
@@ -41,14 +43,19 @@ class Scanner {
   bool properties(Json::Value *out) {
     if (!open('{')) return false;
     if (next_is('}')) return ++at_, true;
-    std::string name;
+    // The name stays valid across the value's scan: an escaped one is decoded into storage,
+    // which only this level uses.
+    std::string storage;
+    Json::Value marks;  // null again after each kept property
     for (;;) {
-      name.clear();
-      if (!string(&name) || !colon()) return false;
+      std::string_view name;
+      if (!string(&name, &storage) || !colon()) return false;
       if (peek() == '{') {
-        Json::Value marks;
         if (!value_object(&marks)) return false;
-        if (!marks.isNull()) (*out)[name] = std::move(marks);
+        if (!marks.isNull()) {
+          (*out)[std::string(name)] = std::move(marks);
+          marks = Json::Value();
+        }
       } else if (!skip_value()) {
         return false;
       }
@@ -68,22 +75,22 @@ class Scanner {
     } type, state;
     bool has_value = false;
     bool has_instance = false;
-    Json::Value inner;  // the embedded instance's marks
-    std::string key;
+    std::optional<Json::Value> inner;  // the embedded instance's marks, when it has any
+    std::string storage;
+    std::string_view key;
     if (next_is('}')) {
       ++at_;
     } else {
       for (;;) {
-        key.clear();
-        if (!string(&key) || !colon()) return false;
+        if (!string(&key, &storage) || !colon()) return false;
         if (key == "DataType" || key == "DataState") {
           Number &n = key == "DataType" ? type : state;
           n = Number();
           n.present = true;
           if (!number(&n.value, &n.is_unsigned)) return false;
         } else if (key == "CMPIInstance" && peek() == '{') {
-          inner = Json::Value(Json::objectValue);
-          if (!instance(&inner)) return false;
+          inner.emplace(Json::objectValue);
+          if (!instance(&*inner)) return false;
           has_instance = true;
         } else if (key == "Value" || key == "CMPIInstance") {
           if (!skip_value()) return false;
@@ -91,7 +98,7 @@ class Scanner {
             has_value = true;
           } else {
             has_instance = true;
-            inner = Json::Value();
+            inner.reset();
           }
         } else if (!skip_value()) {
           return false;
@@ -101,8 +108,8 @@ class Scanner {
       }
     }
     const bool is_null = state.is_unsigned && state.value == CMPI_nullValue;
-    const bool inner_tells =
-        inner.isObject() && inner.isMember("InstanceProps") && !inner["InstanceProps"].empty();
+    const bool inner_tells = inner && inner->isMember("InstanceProps") &&
+                             !(*inner)["InstanceProps"].empty();
     if (!is_null && (has_value || has_instance) && !inner_tells) return true;
     *out = Json::Value(Json::objectValue);
     if (type.present) {
@@ -113,7 +120,7 @@ class Scanner {
     }
     if (has_value) (*out)["Value"] = true;
     if (has_instance) {
-      (*out)["CMPIInstance"] = inner.isObject() ? std::move(inner) : Json::Value(true);
+      (*out)["CMPIInstance"] = inner ? std::move(*inner) : Json::Value(true);
     }
     return true;
   }
@@ -143,39 +150,59 @@ class Scanner {
     return true;
   }
 
-  // A string with its escapes decoded; a \u escape is left to the full parse.
-  bool string(std::string *out) {
+  // A string: *out views it in the frame when it has no escapes (the usual case), else it is
+  // decoded into *storage and *out views that; a \u escape is left to the full parse.
+  bool string(std::string_view *out, std::string *storage) {
     if (!open('"')) return false;
-    for (;;) {
-      if (at_ >= text_.size()) return false;
-      const char c = text_[at_++];
-      if (c == '"') return true;
-      if (c != '\\') {
-        *out += c;
+    const std::size_t start = at_;
+    const std::size_t end = string_end(start);
+    if (end == std::string_view::npos) return false;
+    at_ = end + 1;
+    const std::string_view raw = text_.substr(start, end - start);
+    if (raw.find('\\') == std::string_view::npos) {
+      *out = raw;
+      return true;
+    }
+    storage->clear();
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+      if (raw[i] != '\\') {
+        storage->push_back(raw[i]);
         continue;
       }
-      if (at_ >= text_.size()) return false;
-      const char e = text_[at_++];
+      const char e = raw[++i];  // a backslash never ends raw: string_end skipped past it
       switch (e) {
-        case '"': case '\\': case '/': *out += e; break;
-        case 'b': *out += '\b'; break;
-        case 'f': *out += '\f'; break;
-        case 'n': *out += '\n'; break;
-        case 'r': *out += '\r'; break;
-        case 't': *out += '\t'; break;
+        case '"': case '\\': case '/': storage->push_back(e); break;
+        case 'b': storage->push_back('\b'); break;
+        case 'f': storage->push_back('\f'); break;
+        case 'n': storage->push_back('\n'); break;
+        case 'r': storage->push_back('\r'); break;
+        case 't': storage->push_back('\t'); break;
         default: return false;
       }
+    }
+    *out = *storage;
+    return true;
+  }
+
+  // The position of the quote that ends the string whose text starts at from (npos when the
+  // frame ends first): the next quote not escaped by a backslash.
+  std::size_t string_end(std::size_t from) const {
+    for (;;) {
+      const std::size_t quote = text_.find('"', from);
+      if (quote == std::string_view::npos) return quote;
+      std::size_t backslashes = 0;
+      while (quote - backslashes > from && text_[quote - backslashes - 1] == '\\') ++backslashes;
+      if (backslashes % 2 == 0) return quote;
+      from = quote + 1;
     }
   }
 
   bool skip_string() {
     if (!open('"')) return false;
-    while (at_ < text_.size()) {
-      const char c = text_[at_++];
-      if (c == '"') return true;
-      if (c == '\\') ++at_;
-    }
-    return false;
+    const std::size_t end = string_end(at_);
+    if (end == std::string_view::npos) return false;
+    at_ = end + 1;
+    return true;
   }
 
   // Any value: strings, objects and arrays to their matching end, other tokens to the next
@@ -200,8 +227,17 @@ class Scanner {
       return false;
     }
     const std::size_t start = at_;
-    while (at_ < text_.size() && std::strchr(",}] \t\r\n", text_[at_]) == nullptr) ++at_;
+    while (at_ < text_.size() && !ends_token(text_[at_])) ++at_;
     return at_ > start;
+  }
+
+  static bool ends_token(char c) {
+    switch (c) {
+      case ',': case '}': case ']': case ' ': case '\t': case '\r': case '\n':
+        return true;
+      default:
+        return false;
+    }
   }
 
   // A number token; *is_unsigned when it is digits only and fits.

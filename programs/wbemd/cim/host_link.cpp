@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <deque>
 #include <exception>
-#include <mutex>
 #include <sstream>
 
 #include "cim_log.h"
@@ -23,8 +22,6 @@
 
 namespace wbem {
 namespace {
-
-std::mutex frame_writer;
 
 [[noreturn]] void host_failed(const std::string &what, const std::string &why) {
   CIM_ERROR("%s: the provider host failed: %s", what.c_str(), log_name(why).c_str());
@@ -49,12 +46,9 @@ struct Carry {
 
 }  // namespace
 
-std::string request_frame(cli::Request &request) {
+std::string request_frame(HostRequest &request) {
   try {
-    std::lock_guard<std::mutex> one_at_a_time(frame_writer);
     return request.frame();
-  } catch (const cli::UsageError &e) {
-    throw OperationError(CMPI_RC_ERR_INVALID_PARAMETER, e.what());
   } catch (const cli::CimError &e) {
     cim_failed(e);
   }
@@ -64,7 +58,7 @@ std::string request_frame(cli::Request &request) {
 // for the answer; what read returns is returned. Every failure on the way becomes the
 // operation's error (cim_failed, host_failed).
 template <typename Read>
-auto converse(const HostLink &link, cli::Request &request, const std::string &what, Read read) {
+auto converse(const HostLink &link, HostRequest &request, const std::string &what, Read read) {
   const std::string frame = request_frame(request);
   try {
     cli::Connection conn(link.socket, link.timeout);
@@ -80,7 +74,7 @@ auto converse(const HostLink &link, cli::Request &request, const std::string &wh
   }
 }
 
-cli::Answer exchange(const HostLink &link, cli::Request &request, const std::string &what) {
+cli::Answer exchange(const HostLink &link, HostRequest &request, const std::string &what) {
   return converse(link, request, what, [&](cli::Connection &conn) {
     std::ostringstream nowhere;
     cli::Output out(nowhere, nowhere, true, false);
@@ -88,7 +82,7 @@ cli::Answer exchange(const HostLink &link, cli::Request &request, const std::str
   });
 }
 
-cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const std::string &what) {
+cli::Answer fetch_instance(const HostLink &link, HostRequest &request, const std::string &what) {
   const wire::Operation &op = operation_of(request.type());
   return converse(link, request, what, [&](cli::Connection &conn) {
     std::ostringstream nowhere;
@@ -133,7 +127,7 @@ cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const st
   });
 }
 
-void stream(const HostLink &link, cli::Request &request, const std::string &what,
+void stream(const HostLink &link, HostRequest &request, const std::string &what,
             const std::function<void(const CMPIInstance *, const Json::Value &)> &visit_instance,
             const std::function<void(const CMPIObjectPath *)> &visit_path,
             const std::function<void()> &after_piece) {

@@ -4,9 +4,8 @@
 #include <cmpimacs.h>
 #include <strings.h>
 
-#include <cinttypes>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
@@ -36,12 +35,24 @@ bool is_text_type(CMPIType t) {
          t == CMPI_booleanString || t == CMPI_dateTimeString || t == CMPI_classNameString;
 }
 
+// cim_type_name without a string made for every property written.
+const char *type_name_of(CMPIType type) {
+  if (is_text_type(type)) return "string";
+  for (const TypeName &t : kTypes) {
+    if (t.type == type) return t.name;
+  }
+  return "";
+}
+
+// digits significant digits, exactly as printf's "%.*g" writes them (to_chars with a precision
+// is defined as that, in the "C" locale, without printf's cost).
 std::string real_text(double v, int digits) {
   if (std::isnan(v)) return "NaN";
   if (std::isinf(v)) return v > 0 ? "INF" : "-INF";
   char buf[64];
-  std::snprintf(buf, sizeof buf, "%.*g", digits, v);
-  return buf;
+  const std::to_chars_result end =
+      std::to_chars(buf, buf + sizeof buf, v, std::chars_format::general, digits);
+  return std::string(buf, end.ptr);
 }
 
 void utf8_append(unsigned code, std::string *out) {
@@ -103,7 +114,7 @@ void write_property(XmlOut &out, const std::string &name, const CMPIData &data,
                   "is left out", log_name(name).c_str(), log_name(cls).c_str());
       return;
     }
-    const std::string type_name = cim_type_name(element == CMPI_instance ? CMPI_string : element);
+    const char *type_name = type_name_of(element == CMPI_instance ? CMPI_string : element);
     out.open("PROPERTY.ARRAY", {{"NAME", name}, {"TYPE", type_name}});
     // The decoded array cannot tell empty from null; the frame can.
     const bool empty = !wire.isNull() && cli::wire_value(wire).empty_array;
@@ -145,8 +156,8 @@ void write_property(XmlOut &out, const std::string &name, const CMPIData &data,
     out.close("PROPERTY");
     return;
   }
-  const std::string type_name = cim_type_name(type);
-  if (type_name.empty()) return;
+  const char *type_name = type_name_of(type);
+  if (*type_name == '\0') return;
   out.open("PROPERTY", {{"NAME", name}, {"TYPE", type_name}});
   std::string text;
   if (!is_null && scalar_text(type, data.value, &text)) out.leaf("VALUE", text);
@@ -155,13 +166,7 @@ void write_property(XmlOut &out, const std::string &name, const CMPIData &data,
 
 }  // namespace
 
-std::string cim_type_name(CMPIType type) {
-  if (is_text_type(type)) return "string";
-  for (const TypeName &t : kTypes) {
-    if (t.type == type) return t.name;
-  }
-  return "";
-}
+std::string cim_type_name(CMPIType type) { return type_name_of(type); }
 
 CMPIType cmpi_type(const std::string &name) {
   for (const TypeName &t : kTypes) {
@@ -172,7 +177,6 @@ CMPIType cmpi_type(const std::string &name) {
 }
 
 bool scalar_text(CMPIType type, const CMPIValue &v, std::string *text) {
-  char buf[32];
   switch (type) {
     case CMPI_boolean: *text = v.boolean ? "TRUE" : "FALSE"; return true;
     case CMPI_char16: text->clear(); utf8_append(v.char16, text); return true;
@@ -181,13 +185,11 @@ bool scalar_text(CMPIType type, const CMPIValue &v, std::string *text) {
     case CMPI_uint8: *text = std::to_string(v.uint8); return true;
     case CMPI_uint16: *text = std::to_string(v.uint16); return true;
     case CMPI_uint32: *text = std::to_string(v.uint32); return true;
-    case CMPI_uint64: std::snprintf(buf, sizeof buf, "%" PRIu64, static_cast<uint64_t>(v.uint64));
-      *text = buf; return true;
+    case CMPI_uint64: *text = std::to_string(static_cast<unsigned long long>(v.uint64)); return true;
     case CMPI_sint8: *text = std::to_string(v.sint8); return true;
     case CMPI_sint16: *text = std::to_string(v.sint16); return true;
     case CMPI_sint32: *text = std::to_string(v.sint32); return true;
-    case CMPI_sint64: std::snprintf(buf, sizeof buf, "%" PRId64, static_cast<int64_t>(v.sint64));
-      *text = buf; return true;
+    case CMPI_sint64: *text = std::to_string(static_cast<long long>(v.sint64)); return true;
     case CMPI_dateTime:
       if (v.dateTime == nullptr) return false;
       *text = cli::take_text(CMGetStringFormat(v.dateTime, nullptr));
@@ -265,6 +267,9 @@ void write_instance(XmlOut &out, const CMPIInstance *inst, const Json::Value &pr
     if (path) cls = cli::take_text(CMGetClassName(path.get(), nullptr));
   }
   out.open("INSTANCE", {{"CLASSNAME", cls}});
+  // Most frames mark no property at all (frame_marks.h): then no look-up per property.
+  static const Json::Value unmarked;
+  const bool marked = props.isObject() && !props.empty();
   const CMPICount n = CMGetPropertyCount(inst, nullptr);
   for (CMPICount i = 0; i < n; ++i) {
     CMPIString *name = nullptr;
@@ -272,7 +277,7 @@ void write_instance(XmlOut &out, const CMPIInstance *inst, const Json::Value &pr
     cli::OwnedData owned(data);
     const std::string prop = cli::take_text(name);
     if (!filter.keeps(prop)) continue;
-    write_property(out, prop, data, member(props, prop.c_str()), where, cls);
+    write_property(out, prop, data, marked ? member(props, prop.c_str()) : unmarked, where, cls);
   }
   out.close("INSTANCE");
 }

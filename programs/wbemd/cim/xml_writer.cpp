@@ -1,6 +1,8 @@
 // xml_writer.cpp - escaping, and tags around it.
 #include "xml_writer.h"
 
+#include <cstring>
+
 #include "utf8_sequence.h"
 
 namespace wbem {
@@ -8,10 +10,34 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xef\xbf\xbd";  // U+FFFD
 
+// Which bytes stand for themselves in text and attributes alike: printable ASCII but the five
+// markup characters.
+struct PlainBytes {
+  bool is[256] = {};
+  constexpr PlainBytes() {
+    for (int c = 0x20; c < 0x7f; ++c) is[c] = true;
+    is[static_cast<unsigned char>('&')] = false;
+    is[static_cast<unsigned char>('<')] = false;
+    is[static_cast<unsigned char>('>')] = false;
+    is[static_cast<unsigned char>('"')] = false;
+    is[static_cast<unsigned char>('\'')] = false;
+  }
+};
+constexpr PlainBytes kPlain;
+
+bool plain(char c) { return kPlain.is[static_cast<unsigned char>(c)]; }
+
 void escape(std::string_view text, std::string *out, bool attribute) {
-  out->reserve(out->size() + text.size());
   std::size_t i = 0;
   while (i < text.size()) {
+    // Runs of plain characters (most of every value) are appended at once.
+    std::size_t run = i;
+    while (run < text.size() && plain(text[run])) ++run;
+    if (run > i) {
+      out->append(text.data() + i, run - i);
+      i = run;
+      if (i == text.size()) break;
+    }
     if (static_cast<unsigned char>(text[i]) >= 0x80) {
       unsigned code = 0;
       const std::size_t n = wire::utf8_sequence(text, i, &code);
@@ -58,14 +84,64 @@ void escape(std::string_view text, std::string *out, bool attribute) {
   }
 }
 
-void start_tag(std::string *out, const char *name, std::initializer_list<XmlAttribute> attributes) {
+bool all_plain(std::string_view text) {
+  for (char c : text) {
+    if (!plain(c)) return false;
+  }
+  return true;
+}
+
+// Copies text to p and returns the end of the copy.
+char *put(char *p, std::string_view text) {
+  std::memcpy(p, text.data(), text.size());
+  return p + text.size();
+}
+
+void start_tag(std::string *out, std::string_view name,
+               std::initializer_list<XmlAttribute> attributes) {
+  // Attribute values that need no escape (nearly all) let the whole tag be sized once and
+  // copied in, rather than appended piece by piece.
+  std::size_t need = name.size() + 2;  // "<" name ">"
+  bool plain_values = true;
+  for (const auto &a : attributes) {
+    need += a.first.size() + a.second.size() + 4;  // " " name "=\"" value "\""
+    if (!all_plain(a.second)) {
+      plain_values = false;
+      break;
+    }
+  }
+  if (plain_values) {
+    // Made in a buffer on the stack and appended in one step when it fits (one call, where a
+    // resize of the string would also fill what is then overwritten).
+    char local[512];
+    std::string made;
+    char *start = local;
+    if (need > sizeof local) {
+      made.resize(need);
+      start = &made[0];
+    }
+    char *p = start;
+    *p++ = '<';
+    p = put(p, name);
+    for (const auto &a : attributes) {
+      *p++ = ' ';
+      p = put(p, a.first);
+      *p++ = '=';
+      *p++ = '"';
+      p = put(p, a.second);
+      *p++ = '"';
+    }
+    *p = '>';
+    out->append(start, need);
+    return;
+  }
   out->push_back('<');
-  out->append(name);
+  out->append(name.data(), name.size());
   for (const auto &a : attributes) {
     out->push_back(' ');
-    out->append(a.first);
-    out->append("=\"");
-    escape_attribute(a.second, out);
+    out->append(a.first.data(), a.first.size());
+    out->append("=\"", 2);
+    escape(a.second, out, true);
     out->push_back('"');
   }
   out->push_back('>');
@@ -76,24 +152,18 @@ void start_tag(std::string *out, const char *name, std::initializer_list<XmlAttr
 void escape_text(std::string_view text, std::string *out) { escape(text, out, false); }
 void escape_attribute(std::string_view text, std::string *out) { escape(text, out, true); }
 
-void XmlOut::open(const char *name, std::initializer_list<XmlAttribute> attributes) {
+void XmlOut::open(std::string_view name, std::initializer_list<XmlAttribute> attributes) {
   start_tag(&out_, name, attributes);
 }
 
-void XmlOut::close(const char *name) {
-  out_.append("</");
-  out_.append(name);
-  out_.push_back('>');
-}
-
-void XmlOut::leaf(const char *name, std::string_view text,
+void XmlOut::leaf(std::string_view name, std::string_view text,
                   std::initializer_list<XmlAttribute> attributes) {
   start_tag(&out_, name, attributes);
-  escape_text(text, &out_);
+  escape(text, &out_, false);
   close(name);
 }
 
-void XmlOut::empty(const char *name, std::initializer_list<XmlAttribute> attributes) {
+void XmlOut::empty(std::string_view name, std::initializer_list<XmlAttribute> attributes) {
   start_tag(&out_, name, attributes);
   close(name);
 }

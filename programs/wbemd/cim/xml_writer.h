@@ -15,6 +15,7 @@
 #define CMPI_WBEMD_XML_WRITER_H
 
 #include <cstddef>
+#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -22,23 +23,38 @@
 
 namespace wbem {
 
-using XmlAttribute = std::pair<const char *, std::string_view>;
+using XmlAttribute = std::pair<std::string_view, std::string_view>;
 
 // Appends text escaped for character data / for an attribute value (quoted with ").
 void escape_text(std::string_view text, std::string *out);
 void escape_attribute(std::string_view text, std::string *out);
 
+// Element and attribute names are the writer's own (literals, mostly): written as they are.
 class XmlOut {
  public:
   // "<name a="v" ...>"
-  void open(const char *name, std::initializer_list<XmlAttribute> attributes = {});
+  void open(std::string_view name, std::initializer_list<XmlAttribute> attributes = {});
   // "</name>"
-  void close(const char *name);
+  void close(std::string_view name) {
+    char tag[64];
+    if (name.size() + 3 > sizeof tag) {
+      out_.append("</", 2);
+      out_.append(name.data(), name.size());
+      out_.push_back('>');
+      return;
+    }
+    // Made on the stack and appended in one step.
+    tag[0] = '<';
+    tag[1] = '/';
+    std::memcpy(tag + 2, name.data(), name.size());
+    tag[2 + name.size()] = '>';
+    out_.append(tag, name.size() + 3);
+  }
   // "<name ...>text</name>"
-  void leaf(const char *name, std::string_view text,
+  void leaf(std::string_view name, std::string_view text,
             std::initializer_list<XmlAttribute> attributes = {});
   // "<name ...></name>"
-  void empty(const char *name, std::initializer_list<XmlAttribute> attributes = {});
+  void empty(std::string_view name, std::initializer_list<XmlAttribute> attributes = {});
   void text(std::string_view text) { escape_text(text, &out_); }
   // Markup made elsewhere (already escaped).
   void raw(std::string_view markup) { out_.append(markup); }

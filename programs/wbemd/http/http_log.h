@@ -22,6 +22,12 @@ constexpr int kHttpLogError = 2;
 constexpr int kHttpLogNotice = 3;
 constexpr int kHttpLogTrace = 4;
 
+// Whether trace lines are written (the threshold is kHttpLogTrace or more). cmpi-wbemd installs
+// no dlog sink, so below that threshold a trace line goes nowhere: per-request trace lines are
+// issued only when this holds, which spares making their arguments (log_safe copies) for every
+// request when tracing is off.
+inline bool http_tracing() { return dlog_threshold() >= kHttpLogTrace; }
+
 // At most 100 bytes of text, printable ASCII kept, every other byte written "\xNN", so that a
 // client cannot start a log line of its own or make one arbitrarily long.
 std::string log_safe(std::string_view text);

@@ -410,9 +410,11 @@ MHD_Result HttpServer::State::answer(MHD_Connection *connection, Request *reques
   const bool at_once = service.answers_at_once(request->call);
   auto *exchange = new Exchange(limits.stream_threshold, at_once);
   exchange->call = std::move(request->call);
-  HTTP_TRACE("%s %s from %s as %s", exchange->call.cim_method.c_str(),
-             log_safe(exchange->call.cim_object).c_str(), exchange->call.peer.c_str(),
-             exchange->call.user.c_str());
+  if (http_tracing()) {
+    HTTP_TRACE("%s %s from %s as %s", exchange->call.cim_method.c_str(),
+               log_safe(exchange->call.cim_object).c_str(), exchange->call.peer.c_str(),
+               exchange->call.user.c_str());
+  }
   Connection *c = request->connection;
   if (at_once) {
     serve_into(service, exchange->call, exchange->pipe);

@@ -13,6 +13,19 @@ std::string lower(std::string text) {
   return text;
 }
 
+// Header names compared as the C locale's tolower would, without a lowered copy of each.
+bool same_header_name(const std::string &a, const std::string &b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    char x = a[i];
+    char y = b[i];
+    if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
+    if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
+    if (x != y) return false;
+  }
+  return true;
+}
+
 std::string trim(const std::string &text) {
   std::size_t b = text.find_first_not_of(" \t");
   if (b == std::string::npos) return "";
@@ -67,9 +80,8 @@ bool acceptable_content_type(const std::string &value) {
 
 std::vector<std::string> header_values(const HeaderList &headers, const std::string &name) {
   std::vector<std::string> values;
-  std::string wanted = lower(name);
   for (const auto &header : headers) {
-    if (lower(header.first) == wanted) values.push_back(header.second);
+    if (same_header_name(header.first, name)) values.push_back(header.second);
   }
   return values;
 }

@@ -5,6 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <vector>
 #include <string>
 
 #include "cim_request.h"
@@ -57,6 +63,35 @@ TEST(XmlWriter, ReplacesWhatXmlCannotCarry) {
   EXPECT_EQ(escaped_text("\xed\xa0\x80"), "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd");  // surrogate
   EXPECT_EQ(escaped_text("\xef\xbf\xbe"), "\xef\xbf\xbd");              // U+FFFE
   EXPECT_EQ(escaped_text("M\xc3\xbcnchen \xf0\x9f\x98\x80"), "M\xc3\xbcnchen \xf0\x9f\x98\x80");
+}
+
+TEST(XmlWriter, PlainRunsAndEscapesMixAnywhere) {
+  // Plain characters are copied in runs: escapes at the start, the end, side by side and
+  // between long runs come out in place.
+  const std::string run(300, 'x');
+  EXPECT_EQ(escaped_text("&" + run + "<"), "&amp;" + run + "&lt;");
+  EXPECT_EQ(escaped_text(run + "\x01" + run), run + "\xef\xbf\xbd" + run);
+  EXPECT_EQ(escaped_attribute("\n\t" + run + "\xc3\xa9" + run + "\"'"),
+            "&#10;&#9;" + run + "\xc3\xa9" + run + "&quot;&apos;");
+  EXPECT_EQ(escaped_text(""), "");
+  EXPECT_EQ(escaped_text(run), run);
+}
+
+TEST(XmlWriter, TagsWithPlainAndEscapedAttributesAlike) {
+  XmlOut out;
+  out.open("A", {{"X", "plain"}, {"Y", "a<b\"c"}});
+  out.open("B", {{"X", ""}, {"LONG", std::string(200, 'v')}});
+  out.leaf("C", "t&t", {{"Z", "z"}});
+  out.close("B");
+  out.open("D");
+  out.close("A");
+  // Longer than the writer's buffers on the stack: a start tag of 600 bytes, a long end tag.
+  const std::string name(70, 'N');
+  out.open(name, {{"V", std::string(600, 'w')}});
+  out.close(name);
+  EXPECT_EQ(out.str(), "<A X=\"plain\" Y=\"a&lt;b&quot;c\"><B X=\"\" LONG=\"" + std::string(200, 'v') +
+                           "\"><C Z=\"z\">t&amp;t</C></B><D></A><" + name + " V=\"" +
+                           std::string(600, 'w') + "\"></" + name + ">");
 }
 
 TEST(XmlWriter, EmptyElementsAreNeverSelfClosing) {
@@ -339,6 +374,46 @@ TEST(ValueXml, RealsInfinities) {
   v.real32 = 3.0f;
   wbem::scalar_text(CMPI_real32, v, &text);
   EXPECT_EQ(text, "3");
+}
+
+TEST(ValueXml, RealsHaveTheDigitsPrintfWrites) {
+  // 17 significant digits for real64 and 9 for real32, as "%.17g" and "%.9g" write them.
+  std::mt19937_64 random(20261125);
+  std::vector<double> values = {0.0, -0.0, 1.0, 0.1, -2.5, 1e21, 1e-7, 123456789012345678.0,
+                                5e-324, 1.7976931348623157e308, 100.0, 1e16, 0.30000000000000004};
+  for (int i = 0; i < 20000; ++i) {
+    const uint64_t bits = random();
+    double v = 0;
+    std::memcpy(&v, &bits, sizeof v);
+    if (std::isfinite(v)) values.push_back(v);
+    values.push_back(static_cast<double>(static_cast<int64_t>(bits >> 24)) / 1000.0);
+  }
+  for (double v : values) {
+    char expected[64];
+    std::string text;
+    CMPIValue value;
+    value.real64 = v;
+    ASSERT_TRUE(wbem::scalar_text(CMPI_real64, value, &text));
+    std::snprintf(expected, sizeof expected, "%.17g", v);
+    ASSERT_EQ(text, expected);
+    value.real32 = static_cast<float>(v);
+    ASSERT_TRUE(wbem::scalar_text(CMPI_real32, value, &text));
+    std::snprintf(expected, sizeof expected, "%.9g", static_cast<double>(value.real32));
+    if (std::isfinite(value.real32)) {
+      ASSERT_EQ(text, expected);
+    }
+  }
+}
+
+TEST(ValueXml, SixtyFourBitIntegersInFull) {
+  std::string text;
+  CMPIValue v;
+  v.uint64 = 18446744073709551615ull;
+  ASSERT_TRUE(wbem::scalar_text(CMPI_uint64, v, &text));
+  EXPECT_EQ(text, "18446744073709551615");
+  v.sint64 = -9223372036854775807ll - 1;
+  ASSERT_TRUE(wbem::scalar_text(CMPI_sint64, v, &text));
+  EXPECT_EQ(text, "-9223372036854775808");
 }
 
 TEST(ValueXml, TypeNames) {

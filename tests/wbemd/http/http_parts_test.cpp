@@ -7,7 +7,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -319,6 +321,31 @@ TEST(AnswerProducer, IsDestroyedWhileItsAnswerWaitsForAnAbandonedReader) {
 TEST(HttpLog, ClientTextIsEscapedAndCut) {
   EXPECT_EQ(wbem::log_safe("a\nb\\c"), "a\\x0ab\\x5cc");
   EXPECT_EQ(wbem::log_safe(std::string(150, 'z')), std::string(100, 'z') + "...(+50 bytes)");
+}
+
+TEST(RequestChecks, HeaderNamesMatchWithoutRegardToCase) {
+  const wbem::HeaderList headers = {{"cimMETHOD", "a"}, {"CIMMethod", "b"}, {"CIMMethods", "c"},
+                                    {"CIM-Method", "d"}, {"CIMMethoD", "e"}, {"", "f"}};
+  EXPECT_EQ(wbem::header_values(headers, "CIMMethod"), (std::vector<std::string>{"a", "b", "e"}));
+  EXPECT_EQ(wbem::header_values(headers, "cim-method"), (std::vector<std::string>{"d"}));
+  EXPECT_TRUE(wbem::header_values(headers, "CIMObject").empty());
+}
+
+TEST(HttpLog, TracingFollowsTheThreshold) {
+  const char *was = std::getenv("DLOG_LEVEL");
+  const std::string saved = was != nullptr ? was : "";
+  setenv("DLOG_LEVEL", "4", 1);
+  dlog_reload();
+  EXPECT_TRUE(wbem::http_tracing());
+  setenv("DLOG_LEVEL", "3", 1);
+  dlog_reload();
+  EXPECT_FALSE(wbem::http_tracing());
+  if (was != nullptr) {
+    setenv("DLOG_LEVEL", saved.c_str(), 1);
+  } else {
+    unsetenv("DLOG_LEVEL");
+  }
+  dlog_reload();
 }
 
 TEST(ListenSocket, LoopbackAddresses) {

@@ -344,6 +344,9 @@ TEST_F(WbemdLoginTest, TheRightPasswordIsServedAsThatUser) {
   EXPECT_THAT(out, HasSubstr("EffectiveUserID=" + std::to_string(user_->uid()) + ","));
   EXPECT_THAT(wbemd_.log(), HasSubstr("GetInstance root%2Fcimv2 from 127.0.0.1:"));
   EXPECT_THAT(wbemd_.log(), HasSubstr(" as " + user_->name() + "\n"));
+  // The CIM side's trace line of the operation (the daemon runs at level 4).
+  EXPECT_THAT(wbemd_.log(), HasSubstr("operation GetInstance in root"));
+  EXPECT_THAT(wbemd_.log(), HasSubstr(" for " + user_->name() + " from 127.0.0.1:"));
 }
 
 // How often the login helper answered for user so far (its trace lines in the daemon's log).
