@@ -46,7 +46,7 @@ CMAssocReq *make_assoc(const Invocation &inv, bool refs_only) {
 
 Request::Request(const std::string &user, int type, PathPtr path, InstancePtr inst, ArgsPtr args,
                  CMAssocReq *assoc, const std::string &text)
-    : type_(type) {
+    : type_(type), may_print_(inst != nullptr || args != nullptr) {
   if (getClientReq(&req_, user.c_str(), type, path.get(), args.get(), inst.get(), assoc,
                    text.empty() ? nullptr : text.c_str()) != 0) {
     free_assoc(assoc);
@@ -66,8 +66,10 @@ std::string Request::frame() {
   char *dynamic = static_cast<char *>(std::calloc(FRAME_BUFFER_SIZE, 1));
   if (dynamic == nullptr) throw CimError(CMPI_RC_ERR_FAILED, "out of memory");
   int rc = 1;
-  {
+  if (may_print_) {
     QuietStdout quiet;
+    rc = doSerialization(req_, fixed, &dynamic);
+  } else {
     rc = doSerialization(req_, fixed, &dynamic);
   }
   const bool grown = uses_growing_buffer(type_);

@@ -26,7 +26,7 @@ namespace {
 
 using cli::ParsedPath;
 using cli::ParsedValue;
-using Request = HostRequest;
+using cli::Request;
 
 [[noreturn]] void invalid(const std::string &why) {
   throw OperationError(CMPI_RC_ERR_INVALID_PARAMETER, why);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <deque>
 #include <exception>
+#include <mutex>
 #include <sstream>
 
 #include "cim_log.h"
@@ -22,6 +23,8 @@
 
 namespace wbem {
 namespace {
+
+std::mutex quiet_frames;
 
 [[noreturn]] void host_failed(const std::string &what, const std::string &why) {
   CIM_ERROR("%s: the provider host failed: %s", what.c_str(), log_name(why).c_str());
@@ -46,9 +49,14 @@ struct Carry {
 
 }  // namespace
 
-std::string request_frame(HostRequest &request) {
+std::string request_frame(cli::Request &request) {
   try {
+    if (!request.may_print()) return request.frame();
+    // Standard output is one per process: one silenced frame at a time.
+    std::lock_guard<std::mutex> one_at_a_time(quiet_frames);
     return request.frame();
+  } catch (const cli::UsageError &e) {
+    throw OperationError(CMPI_RC_ERR_INVALID_PARAMETER, e.what());
   } catch (const cli::CimError &e) {
     cim_failed(e);
   }
@@ -58,7 +66,7 @@ std::string request_frame(HostRequest &request) {
 // for the answer; what read returns is returned. Every failure on the way becomes the
 // operation's error (cim_failed, host_failed).
 template <typename Read>
-auto converse(const HostLink &link, HostRequest &request, const std::string &what, Read read) {
+auto converse(const HostLink &link, cli::Request &request, const std::string &what, Read read) {
   const std::string frame = request_frame(request);
   try {
     cli::Connection conn(link.socket, link.timeout);
@@ -74,7 +82,7 @@ auto converse(const HostLink &link, HostRequest &request, const std::string &wha
   }
 }
 
-cli::Answer exchange(const HostLink &link, HostRequest &request, const std::string &what) {
+cli::Answer exchange(const HostLink &link, cli::Request &request, const std::string &what) {
   return converse(link, request, what, [&](cli::Connection &conn) {
     std::ostringstream nowhere;
     cli::Output out(nowhere, nowhere, true, false);
@@ -82,7 +90,7 @@ cli::Answer exchange(const HostLink &link, HostRequest &request, const std::stri
   });
 }
 
-cli::Answer fetch_instance(const HostLink &link, HostRequest &request, const std::string &what) {
+cli::Answer fetch_instance(const HostLink &link, cli::Request &request, const std::string &what) {
   const wire::Operation &op = operation_of(request.type());
   return converse(link, request, what, [&](cli::Connection &conn) {
     std::ostringstream nowhere;
@@ -127,7 +135,7 @@ cli::Answer fetch_instance(const HostLink &link, HostRequest &request, const std
   });
 }
 
-void stream(const HostLink &link, HostRequest &request, const std::string &what,
+void stream(const HostLink &link, cli::Request &request, const std::string &what,
             const std::function<void(const CMPIInstance *, const Json::Value &)> &visit_instance,
             const std::function<void(const CMPIObjectPath *)> &visit_path,
             const std::function<void()> &after_piece) {

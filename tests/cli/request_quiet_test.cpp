@@ -1,5 +1,5 @@
-// host_request_test.cpp - the front end's request record writes the frames cmpi-cli's does, and
-// standard output is silenced exactly for the records that can make the library print.
+// request_quiet_test.cpp - standard output is silenced exactly for the request records that can
+// make the library print, and nothing reaches it while any frame is written.
 #include <cmpiinterface.h>
 #include <cmpimacs.h>
 #include <cmpiutility/request.h>
@@ -13,9 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "cim_request.h"
 #include "cmpi_build.h"
-#include "host_request.h"
 #include "request_frame.h"
 
 namespace {
@@ -151,32 +149,16 @@ class CapturedStdout {
   std::string text_;
 };
 
-TEST(HostRequest, WritesTheFramesOfTheCliRequest) {
-  for (const Case &c : cases()) {
-    SCOPED_TRACE(c.name);
-    Parts a = c.make();
-    Parts b = c.make();
-    wbem::HostRequest ours("alice", c.type, std::move(a.path), std::move(a.inst), std::move(a.args),
-                           a.assoc, c.text);
-    cli::Request theirs("alice", c.type, std::move(b.path), std::move(b.inst), std::move(b.args),
-                        b.assoc, c.text);
-    const std::string frame = ours.frame();
-    EXPECT_EQ(frame, theirs.frame());
-    EXPECT_EQ(frame.find("CMPI_EOF"), frame.size() - 8);
-    EXPECT_EQ(ours.type(), c.type);
-  }
-}
-
-TEST(HostRequest, OnlyRecordsWithAnInstanceOrArgumentsMayPrint) {
+TEST(RequestFrame, OnlyRecordsWithAnInstanceOrArgumentsMayPrint) {
   for (const Case &c : cases()) {
     Parts p = c.make();
-    wbem::HostRequest request("alice", c.type, std::move(p.path), std::move(p.inst),
-                              std::move(p.args), p.assoc, c.text);
+    cli::Request request("alice", c.type, std::move(p.path), std::move(p.inst),
+                       std::move(p.args), p.assoc, c.text);
     EXPECT_EQ(request.may_print(), c.may_print) << c.name;
   }
 }
 
-TEST(HostRequest, NothingReachesStandardOutputWhileFramesAreWritten) {
+TEST(RequestFrame, NothingReachesStandardOutputWhileFramesAreWritten) {
   for (const Case &c : cases()) {
     SCOPED_TRACE(c.name);
     // What the library itself prints for this record, written without any silencing.
@@ -196,13 +178,13 @@ TEST(HostRequest, NothingReachesStandardOutputWhileFramesAreWritten) {
       releaseRequestData(req);
       ASSERT_EQ(rc, 0);
     }
-    // The rule host_request.h relies on: the library prints for exactly the records with an
+    // The rule request_frame.h relies on: the library prints for exactly the records with an
     // instance or arguments holding references (all of this table's that have either).
     EXPECT_EQ(!printed.empty(), c.may_print) << printed;
 
     Parts p = c.make();
-    wbem::HostRequest request("alice", c.type, std::move(p.path), std::move(p.inst),
-                              std::move(p.args), p.assoc, c.text);
+    cli::Request request("alice", c.type, std::move(p.path), std::move(p.inst),
+                       std::move(p.args), p.assoc, c.text);
     std::string frame;
     std::string leaked;
     {
@@ -212,19 +194,6 @@ TEST(HostRequest, NothingReachesStandardOutputWhileFramesAreWritten) {
     }
     EXPECT_FALSE(frame.empty());
     EXPECT_EQ(leaked, "");
-  }
-}
-
-TEST(HostRequest, RefusesADocumentTheLibraryCuts) {
-  std::string query = "SELECT * FROM Demo_Chassis WHERE Model = '" + std::string(9000, 'x') + "'";
-  wbem::HostRequest request("alice", EXECQUERY, path("Demo_Chassis", nullptr), nullptr, nullptr,
-                            nullptr, query);
-  try {
-    request.frame();
-    FAIL() << "a query of 9000 characters was framed";
-  } catch (const wbem::OperationError &e) {
-    EXPECT_EQ(e.code(), CMPI_RC_ERR_INVALID_PARAMETER);
-    EXPECT_NE(std::string(e.what()).find("too long"), std::string::npos) << e.what();
   }
 }
 
