@@ -120,14 +120,12 @@ bool store(const std::string &name, const std::string &text, unsigned long long 
   } else if (name == "request-deadline") {
     o->request_deadline = static_cast<int>(n);
   } else if (name == "encoder-thread") {
-    if (text == "auto") {
-      o->encoder_thread = EncoderThread::kAuto;
-    } else if (text == "on") {
+    if (text == "on") {
       o->encoder_thread = EncoderThread::kOn;
     } else if (text == "off") {
       o->encoder_thread = EncoderThread::kOff;
     } else {
-      *error = "--encoder-thread: '" + text + "' is none of auto, on, off";
+      *error = "--encoder-thread: '" + text + "' is neither on nor off";
       return false;
     }
   } else if (name == "schema-db") {
@@ -234,11 +232,10 @@ Workers (one user each, serving that user's requests one at a time):
                           (default 30)
   --request-deadline SECS longest time one request may take in all (default 300; 0: no
                           limit)
-  --encoder-thread WHEN   auto, on or off: whether a second thread in the worker
-                          encodes the instances of an enumeration while the provider
-                          makes the next ones (default auto: when the worker may use
-                          more than one processor, and only while the client keeps
-                          up; the answer's bytes are the same)
+  --encoder-thread on|off whether a second thread in the worker encodes the
+                          instances of an enumeration while the provider makes the
+                          next ones (default off; never on a single processor, and
+                          only while the client keeps up; the bytes are the same)
   A worker past a limit, or one that crashes, ends only the request it was serving: the
   client gets the whole frames sent so far and the error frame CMPIERROR:1, and the next
   request gets a new worker. Nothing a provider starts outlives its worker.

@@ -11,10 +11,12 @@
 namespace hostd {
 
 // Whether a worker encodes the instances of larger enumerations on a second thread while the
-// provider makes the next ones (frame_encoder_thread.h). kAuto: when the worker may use more
-// than one processor (on one, the copies the second thread needs are pure cost). Either way an
-// answer stops handing instances over once its client reads slower than it is made.
-enum class EncoderThread { kAuto, kOn, kOff };
+// provider makes the next ones (frame_encoder_thread.h; never on a single processor, where the
+// copies it needs are pure cost). Off unless asked for: on the two-processor machine it was
+// measured on, it cost 20 to 70% more CPU per instance and its gain in rate stayed within the
+// machine's noise (docs/PERFORMANCE.md). An answer stops handing instances over once its client
+// reads slower than it is made.
+enum class EncoderThread { kOff, kOn };
 
 struct Options {
   // Socket and process.
@@ -44,7 +46,7 @@ struct Options {
   int worker_cpu = 60;                   // CPU seconds one request may use (0: no limit)
   int provider_timeout = 30;  // seconds a provider may go without producing output
   int request_deadline = 300;  // seconds one request may take in all (0: no limit)
-  EncoderThread encoder_thread = EncoderThread::kAuto;
+  EncoderThread encoder_thread = EncoderThread::kOff;
 
   // Where things are.
   std::string schema_db;     // empty: CMPIUTILITY_SCHEMA_DB or the fixed path

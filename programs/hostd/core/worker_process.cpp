@@ -70,10 +70,10 @@ bool switch_identity(const WorkerSetup &setup) {
   return getppid() == setup.front;
 }
 
-// The one place that decides what --encoder-thread auto means: more than one processor for
-// this worker (on one, the thread's copies are pure cost).
+// --encoder-thread on, and more than one processor for this worker (on one, the thread's
+// copies are pure cost).
 bool encoder_thread_wanted(EncoderThread choice) {
-  if (choice != EncoderThread::kAuto) return choice == EncoderThread::kOn;
+  if (choice != EncoderThread::kOn) return false;
   cpu_set_t set;
   CPU_ZERO(&set);
   return sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 1;
