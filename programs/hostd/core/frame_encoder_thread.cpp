@@ -92,9 +92,11 @@ FrameEncoderThread::Outcome FrameEncoderThread::finish() {
 
 void FrameEncoderThread::pass_on(std::unique_lock<std::mutex> &lock) {
   if (encoded_.empty()) return;
-  passing_.clear();
   passing_.swap(encoded_);
-  if (sink_failed_) return;  // the sink takes nothing more: the frames are dropped
+  if (sink_failed_) {  // the sink takes nothing more: the frames are dropped
+    passing_.clear();
+    return;
+  }
   lock.unlock();
   bool refused = false;
   int error = 0;
@@ -106,6 +108,8 @@ void FrameEncoderThread::pass_on(std::unique_lock<std::mutex> &lock) {
     }
     passed_on_ += piece.count;
   }
+  // The pieces go now, not with the next stream: an idle worker keeps none of their memory.
+  passing_.clear();
   lock.lock();
   if (!refused) return;
   HOSTD_ERROR("result %lu of request type %d cannot be passed on: %s",
