@@ -136,6 +136,13 @@ char *value2Chars(CMPIType type, const CMPIValue *value);
 CMPIrc cmpiPeekPropertyAt(const CMPIInstance *inst, CMPICount index, const char **name,
                           CMPIData *data);
 
+/* The same look at element index of an array made by this library: *data points into the
+ * array and stays valid while the array is neither changed nor released; the caller releases
+ * nothing. The datum reads as getElementAt would hand it out. CMPI_RC_OK;
+ * CMPI_RC_ERR_NOT_SUPPORTED when ar is not an array of this library (use getElementAt);
+ * CMPI_RC_ERR_NO_SUCH_PROPERTY for an index past the end. */
+CMPIrc cmpiPeekArrayElementAt(const CMPIArray *ar, CMPICount index, CMPIData *data);
+
 /* 1 when inst is an instance made by this library, else 0 (also for NULL). Such an instance's
  * clone is a deep copy that shares no state of this library with the original, so the clone may
  * be read and released on another thread while the original is changed. */

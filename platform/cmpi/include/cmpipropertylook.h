@@ -1,5 +1,5 @@
-/* cmpipropertylook.h - reading one property of any instance, in place when this platform's
- * object library made it (C++ only).
+/* cmpipropertylook.h - reading one property of any instance (or one element of any array), in
+ * place when this platform's object library made it (C++ only).
  *
  * getPropertyAt hands out a copy of the name and of the value, which the caller then releases:
  * for code that only reads a property (encoders, checks of what the wire can carry) that is
@@ -46,6 +46,32 @@ class PropertyLook {
   CMPIData data_ = {};
   const char *name_ = nullptr;
   CMPIString *fetched_name_ = nullptr;
+  bool owned_ = false;
+};
+
+/* The same for one element of any array: in place for an array of this object library
+ * (cmpiPeekArrayElementAt), else through getElementAt, whose copy is released when the look
+ * ends. data() and the status read as getElementAt gives them. */
+class ElementLook {
+ public:
+  ElementLook(const CMPIArray *array, CMPICount index, CMPIStatus *status) {
+    if (cmpiPeekArrayElementAt(array, index, &data_) == CMPI_RC_OK) {
+      if (status != nullptr) *status = CMPIStatus{CMPI_RC_OK, nullptr};
+      return;
+    }
+    data_ = CMGetArrayElementAt(array, index, status);
+    owned_ = true;
+  }
+  ~ElementLook() {
+    if (owned_ && (data_.state & CMPI_nullValue) == 0) cmpiReleaseCMPIValue(data_.type, &data_.value);
+  }
+  ElementLook(const ElementLook &) = delete;
+  ElementLook &operator=(const ElementLook &) = delete;
+
+  const CMPIData &data() const { return data_; }
+
+ private:
+  CMPIData data_ = {};
   bool owned_ = false;
 };
 

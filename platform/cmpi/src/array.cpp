@@ -201,6 +201,18 @@ const CMPIArrayFT *array_table() { return &array_ft; }
 
 }  // namespace cmpi
 
+extern "C" CMPIrc cmpiPeekArrayElementAt(const CMPIArray *ar, CMPICount index, CMPIData *data) {
+  const ArrayImpl *impl = cmpi::our_impl<ArrayImpl>(ar, cmpi::array_table());
+  if (impl == nullptr) {
+    return CMPI_RC_ERR_NOT_SUPPORTED;
+  }
+  if (index >= impl->elements.size()) {
+    return CMPI_RC_ERR_NO_SUCH_PROPERTY;
+  }
+  *data = cmpi::peek_out(impl->elements[index]);
+  return CMPI_RC_OK;
+}
+
 extern "C" CMPIArray *makeNewCMPIArray(CMPICount size, CMPIType elementType, CMPIStatus *rc) {
   const CMPIType element_type =
       cmpi::stored_type(static_cast<CMPIType>(elementType & ~CMPI_ARRAY));

@@ -209,7 +209,7 @@ Judgement judge_array(const CMPIArray *array, CMPIType array_type) {
   if (st.rc != CMPI_RC_OK) return j;  // the encoder reports it
   for (CMPICount i = 0; i < count; ++i) {
     st = CMPIStatus{CMPI_RC_OK, nullptr};
-    const Held element(CMGetArrayElementAt(array, i, &st));
+    const cmpiinterface::ElementLook element(array, i, &st);
     if (st.rc != CMPI_RC_OK) return j;
     CMPIData d = element.data();
     d.type = element_type;  // a null element may come back typed as the array's element

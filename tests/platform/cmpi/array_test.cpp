@@ -1,10 +1,12 @@
 // array_test.cpp - CMPIArray: makeNewCMPIArray and every ArrayFT slot, for every element type.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "cmpiinterface.h"
+#include "cmpipropertylook.h"
 #include "objects.h"
 #include "value_sweep.h"
 
@@ -525,6 +527,107 @@ TEST(ArrayHandles, RcMayBeNullOnValidArrays) {
   CMPIArray *c = a->ft->clone(a, nullptr);
   ASSERT_NE(c, nullptr);
   c->ft->release(c);
+  a->ft->release(a);
+}
+
+// ---- looks in place ---------------------------------------------------------------------------
+
+namespace look {
+
+// The value text of a datum (value2Chars), "<null>" for a null one.
+std::string text(const CMPIData &d) {
+  if ((d.state & CMPI_nullValue) != 0) return "<null>";
+  char *chars = value2Chars(d.type, &d.value);
+  const std::string result = chars != nullptr ? chars : "<no text>";
+  free(chars);
+  return result;
+}
+
+}  // namespace look
+
+TEST(ArrayPeek, APeekReadsEveryElementAsGetElementAtHandsItOut) {
+  CMPIArray *numbers = makeNewCMPIArray(3, CMPI_sint64, nullptr);
+  const CMPISint64 low = -9223372036854775807LL - 1;
+  const CMPISint64 high = 42;
+  ASSERT_EQ(set_at(numbers, 0, &low, CMPI_sint64).rc, CMPI_RC_OK);
+  ASSERT_EQ(set_at(numbers, 2, &high, CMPI_sint64).rc, CMPI_RC_OK);  // element 1 stays null
+  CMPIArray *texts = makeNewCMPIArray(2, CMPI_string, nullptr);
+  ASSERT_EQ(set_at(texts, 0, "alpha", CMPI_chars).rc, CMPI_RC_OK);
+  ASSERT_EQ(set_at(texts, 1, "", CMPI_chars).rc, CMPI_RC_OK);
+  CMPIArray *stamps = makeNewCMPIArray(1, CMPI_dateTime, nullptr);
+  CMPIDateTime *stamp = makeNewCMPIDateTimeFromChars("20240102030405.000006+000", nullptr);
+  CMPIValue stamp_value;
+  stamp_value.dateTime = stamp;
+  ASSERT_EQ(set_at(stamps, 0, &stamp_value, CMPI_dateTime).rc, CMPI_RC_OK);
+  stamp->ft->release(stamp);
+  for (CMPIArray *a : {numbers, texts, stamps}) {
+    const CMPICount count = a->ft->getSize(a, nullptr);
+    for (CMPICount i = 0; i < count; ++i) {
+      CMPIData copy = a->ft->getElementAt(a, i, nullptr);
+      CMPIData peeked = {};
+      ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(a, i, &peeked));
+      EXPECT_EQ(val(copy.type), val(peeked.type)) << i;
+      EXPECT_EQ(val(copy.state), val(peeked.state)) << i;
+      EXPECT_EQ(look::text(copy), look::text(peeked)) << i;
+      release_data(&copy);  // the copy is the caller's; the peeked datum is not
+    }
+  }
+  EXPECT_EQ("<null>", [&] {
+    CMPIData d = {};
+    EXPECT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(numbers, 1, &d));
+    return look::text(d);
+  }());
+  for (CMPIArray *a : {numbers, texts, stamps}) a->ft->release(a);
+}
+
+TEST(ArrayPeek, APeekBorrowsTheStoredObject) {
+  CMPIArray *a = makeNewCMPIArray(1, CMPI_string, nullptr);
+  ASSERT_EQ(set_at(a, 0, "alpha", CMPI_chars).rc, CMPI_RC_OK);
+  CMPIData one = {};
+  CMPIData two = {};
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(a, 0, &one));
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(a, 0, &two));
+  EXPECT_EQ(val(one.value.string), val(two.value.string));  // the stored object, twice
+  EXPECT_EQ(text_of(one.value.string), "alpha");
+  a->ft->release(a);
+}
+
+TEST(ArrayPeek, APeekPastTheEndOrAtAnotherLibrarysArrayIsRefused) {
+  CMPIArray *a = makeNewCMPIArray(1, CMPI_uint8, nullptr);
+  CMPIData d = {};
+  EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, +cmpiPeekArrayElementAt(a, 1, &d));
+  EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekArrayElementAt(nullptr, 0, &d));
+  // The same record behind another function table: not known to be one of ours.
+  CMPIArrayFT other_table = *a->ft;
+  CMPIArray other = {a->hdl, &other_table};
+  EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekArrayElementAt(&other, 0, &d));
+  CMPIArray no_handle = {nullptr, a->ft};
+  EXPECT_EQ(CMPI_RC_ERR_NOT_SUPPORTED, +cmpiPeekArrayElementAt(&no_handle, 0, &d));
+  a->ft->release(a);
+}
+
+TEST(ArrayPeek, AnElementLookReadsOursInPlaceAndAnyOtherThroughItsGetter) {
+  CMPIArray *a = makeNewCMPIArray(1, CMPI_string, nullptr);
+  ASSERT_EQ(set_at(a, 0, "fan", CMPI_chars).rc, CMPI_RC_OK);
+  CMPIArrayFT other_table = *a->ft;
+  CMPIArray other = {a->hdl, &other_table};
+  CMPIData stored = {};
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(a, 0, &stored));
+  for (const CMPIArray *array : {static_cast<const CMPIArray *>(a),
+                                 static_cast<const CMPIArray *>(&other)}) {
+    CMPIStatus rc = {CMPI_RC_ERR_FAILED, nullptr};
+    // The look of the other array owns a copy and releases it (the sanitizers' leak check
+    // would report it otherwise).
+    const cmpiinterface::ElementLook look(array, 0, &rc);
+    EXPECT_EQ(CMPI_RC_OK, +rc.rc);
+    EXPECT_EQ(CMPI_string, +look.data().type);
+    EXPECT_EQ("fan", text_of(look.data().value.string));
+    // Ours is read in place, the other one through a copy.
+    EXPECT_EQ(array == a, look.data().value.string == stored.value.string);
+  }
+  CMPIStatus rc = {CMPI_RC_OK, nullptr};
+  const cmpiinterface::ElementLook past(&other, 5, &rc);
+  EXPECT_EQ(CMPI_RC_ERR_NO_SUCH_PROPERTY, +rc.rc);
   a->ft->release(a);
 }
 
