@@ -13,9 +13,9 @@
 #include "heap/heap.h"
 #include "json/compact_pieces.h"
 #include "json/embedded_instance.h"
-#include "json/fetched.h"
 #include "json/key_stream.h"
 #include "json/reference_keys.h"
+#include "json/scalar_text.h"
 #include "log/log.h"
 
 namespace cmpiutility {
@@ -175,8 +175,8 @@ unsigned int append_array_value(CMPIArray *array, std::string *out) {
   };
   for (CMPICount index = 0; index < count; ++index) {
     status = CMPIStatus{CMPI_RC_OK, nullptr};
-    const CMPIData element = CMGetArrayElementAt(array, index, &status);
-    const Fetched fetched(nullptr, element);
+    const cmpiinterface::ElementLook look(array, index, &status);
+    const CMPIData &element = look.data();
     if (status.rc != CMPI_RC_OK) {
       CMPIU_ERROR_AT(kArray, 370, "'Unable to get size of array' ");
       return 1;
@@ -184,19 +184,22 @@ unsigned int append_array_value(CMPIArray *array, std::string *out) {
     const CMPIType type = element.type;
     const CMPIValue value = element.value;
     if (type != CMPI_instance) {
-      char *text = value2Chars(type, &value);
-      if (text == nullptr) {
+      const ScalarText text(type, value);
+      if (text.get() == nullptr) {
         CMPIU_ERROR_AT(kArray, 403, "'value2Chars failed' ");
         return 1;
       }
-      if ((type & CMPI_INTEGER) != 0) {
+      if (is_integer_code(type)) {
         open_entry();
-        compact::append_unsigned(static_cast<unsigned long long>(strtoll(text, nullptr, 10)), out);
+        compact::append_unsigned(static_cast<unsigned long long>(text.read_back()), out);
+      } else if ((type & CMPI_INTEGER) != 0) {
+        open_entry();
+        compact::append_unsigned(static_cast<unsigned long long>(strtoll(text.get(), nullptr, 10)),
+                                 out);
       } else if ((type & CMPI_ENC) != 0) {
         open_entry();
-        append_text(text, out);
+        append_text(text.get(), out);
       }
-      free(text);
       continue;
     }
     open_entry();
@@ -215,12 +218,18 @@ unsigned int append_array_value(CMPIArray *array, std::string *out) {
   return 0;
 }
 
-// ,"DataState":<state>,"DataType":<type>
-void append_state_and_type(const CMPIData &data, std::string *out) {
-  out->append(",\"DataState\":");
-  compact::append_unsigned(data.state, out);
-  out->append(",\"DataType\":");
-  compact::append_unsigned(data.type, out);
+// <lead>"DataState":<state>,"DataType":<type>, lead being '{' or ','; the usual state 0 is
+// written in one piece.
+void append_state_and_type(char lead, CMPIValueState state, CMPIType type, std::string *out) {
+  if (state == 0) {
+    out->append(lead == '{' ? "{\"DataState\":0,\"DataType\":" : ",\"DataState\":0,\"DataType\":");
+  } else {
+    out->push_back(lead);
+    out->append("\"DataState\":");
+    compact::append_unsigned(state, out);
+    out->append(",\"DataType\":");
+  }
+  compact::append_unsigned(type, out);
 }
 
 // One property as written: the name (an offset into the names buffer, NUL-terminated there) and
@@ -231,14 +240,30 @@ struct Member {
   size_t end;
 };
 
+// Up to this many members are sorted in place; more (where insertion sort's quadratic time
+// would show) with std::stable_sort.
+constexpr size_t kFewMembers = 32;
+
 // Puts the members written at [start, out->size()) (separated by single commas) into jsoncpp's
 // order: bytewise by name, and of equal names only the last one written.
 void sort_members(std::vector<Member> &members, const std::string &names, size_t start,
                   std::string *out) {
   const char *base = names.data();
-  std::stable_sort(members.begin(), members.end(), [base](const Member &a, const Member &b) {
+  const auto before = [base](const Member &a, const Member &b) {
     return std::strcmp(base + a.name, base + b.name) < 0;
-  });
+  };
+  if (members.size() <= kFewMembers) {
+    // Insertion sort: stable, and for the dozen or so members of a usual instance cheaper than
+    // std::stable_sort, which takes a buffer from the heap first.
+    for (size_t i = 1; i < members.size(); ++i) {
+      const Member moving = members[i];
+      size_t j = i;
+      for (; j > 0 && before(moving, members[j - 1]); --j) members[j] = members[j - 1];
+      members[j] = moving;
+    }
+  } else {
+    std::stable_sort(members.begin(), members.end(), before);
+  }
   const std::string written(*out, start);
   out->resize(start);
   bool first = true;
@@ -326,13 +351,10 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
           out->resize(entry);
           return {1, false};
       }
-      append_state_and_type(data, out);
+      append_state_and_type(',', data.state, data.type, out);
       stopped_result = 0;
     } else {
-      out->append("{\"DataState\":");
-      compact::append_unsigned(data.state, out);
-      out->append(",\"DataType\":");
-      compact::append_unsigned(type, out);
+      append_state_and_type('{', data.state, type, out);
       if (type == CMPI_ref) {
         out->append(",\"Value\":");
         if (append_reference(value.ref, out) != 0) {
@@ -351,10 +373,14 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
         }
         stopped_result = 0;
       } else {
-        char *text = value2Chars(type, &value);
-        CMPIU_TRACE("'%s' valuestr = %s", kProps, text != nullptr ? text : "(null)");
-        append_scalar_value(type, text, out);
-        free(text);
+        const ScalarText text(type, value);
+        CMPIU_TRACE("'%s' valuestr = %s", kProps, text.get() != nullptr ? text.get() : "(null)");
+        if (is_integer_code(type)) {
+          out->append(",\"Value\":");
+          compact::append_unsigned(static_cast<unsigned long long>(text.read_back()), out);
+        } else {
+          append_scalar_value(type, text.get(), out);
+        }
       }
     }
     out->push_back('}');

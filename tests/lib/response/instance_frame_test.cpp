@@ -462,6 +462,29 @@ TEST(InstanceFrame, NamesInJsoncppsOrderWhateverTheOrderOfTheProperties) {
   expect_same_for_every_type(i.inst);
 }
 
+// Up to 32 members are sorted one way, more another: both sides of that line, in reverse order
+// and shuffled, with names differing only in case (kept apart, as jsoncpp keeps them).
+TEST(InstanceFrame, ManyMembersOutOfOrderOnBothSidesOfTheSortingLine) {
+  for (int count : {31, 32, 33, 200}) {
+    Instance reversed;
+    Instance shuffled;
+    for (int n = count - 1; n >= 0; --n) {
+      const std::string name = (n % 2 == 0 ? "Prop" : "prop") + std::to_string(n);
+      reversed.set(name.c_str(), CMPIUint32{static_cast<CMPIUint32>(n)}, CMPI_uint32);
+    }
+    for (int k = 0; k < count; ++k) {
+      const int n = (k * 7) % count;  // 7 and the counts share no factor: every n once
+      const std::string name = (n % 2 == 0 ? "Prop" : "prop") + std::to_string(n);
+      shuffled.set(name.c_str(), CMPIUint32{static_cast<CMPIUint32>(n)}, CMPI_uint32);
+    }
+    const Outcome a = expect_same(reversed.inst, ENUMINST, "reversed " + std::to_string(count));
+    const Outcome b = expect_same(shuffled.inst, ENUMINST, "shuffled " + std::to_string(count));
+    EXPECT_EQ(a.frame, b.frame) << count;
+    // The smallest name bytewise comes first.
+    EXPECT_NE(a.frame.find("\"InstanceProps\":{\"Prop0\":"), std::string::npos) << count;
+  }
+}
+
 TEST(InstanceFrame, NamesAlreadyInOrder) {
   Instance i;
   for (const char *name : {"A", "B", "C", "a", "b"}) i.set(name, CMPIUint16{1}, CMPI_uint16);
