@@ -108,8 +108,9 @@ CMPIrc NamedValues::set(const char *name, const CMPIValue *value, CMPIType type)
     return CMPI_RC_OK;
   }
   try {
-    // Instances rarely hold fewer than four values: start there rather than grow 1, 2, 4.
-    if (entries_.empty()) entries_.reserve(4);
+    // Start with room for eight values rather than grow 1, 2, 4, 8: instances rarely hold
+    // fewer, and each growth moves every entry.
+    if (entries_.empty()) entries_.reserve(8);
     entries_.push_back(Entry{name, copy, folded});
   } catch (...) {
     release_data(&copy);
