@@ -202,6 +202,25 @@ TEST_F(Upcalls, AnInstanceMadeThroughTheBrokerStartsWithItsClassDefaults) {
             std::string::npos) << raw;
 }
 
+// One request makes instances of several classes through the broker (the association
+// provider asks for both ends): each starts with its own class's defaults, none with those of
+// the class made before it.
+TEST_F(Upcalls, InstancesOfSeveralClassesMadeInOneRequestStartWithTheirOwnDefaults) {
+  Answer racks = associators(socket(), disk("d3"), nullptr, nullptr);
+  ASSERT_EQ(racks.rc, 0);
+  ASSERT_EQ(racks.instances.size(), 1u);
+  EXPECT_TRUE(daemon_.wait_for(Hostd("up-call getInstance of Test_Disk for root (depth 1)", 4)));
+  EXPECT_TRUE(daemon_.wait_for(Hostd("up-call getInstance of Test_Rack for root (depth 1)", 4)));
+  CMPIInstance *rack = racks.instances[0];
+  EXPECT_EQ(class_of(rack), "Test_Rack");
+  EXPECT_EQ(CMGetPropertyCount(rack, nullptr), 1u);  // Name alone: no Test_Device default
+  Answer disks = associators(socket(), make_path("Test_Rack", {{"Name", "r1"}}),
+                             "Test_RackDevice", "Test_Device");
+  ASSERT_EQ(disks.rc, 0);
+  ASSERT_EQ(disks.instances.size(), 2u);
+  for (CMPIInstance *d : disks.instances) EXPECT_EQ(number_property(d, "Health"), 5u);
+}
+
 TEST_F(Upcalls, AFailingUpCallGivesTheProviderItsStatusAndMessage) {
   Answer a = associators(socket(), disk("d9"), nullptr, nullptr);
   EXPECT_EQ(a.rc, CMPI_RC_ERR_NOT_FOUND);

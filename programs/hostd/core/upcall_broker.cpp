@@ -302,12 +302,14 @@ void UpcallBroker::begin(ProviderCalls *calls, BrokerOwned *owned, const CMPICon
   owned_ = owned;
   ctx_ = ctx;
   depth_ = 0;
+  defaults_ = nullptr;
 }
 
 void UpcallBroker::end() {
   calls_ = nullptr;
   owned_ = nullptr;
   ctx_ = nullptr;
+  defaults_ = nullptr;
 }
 
 CMPIStatus UpcallBroker::refuse(CMPIrc rc, const std::string &message) {
@@ -327,9 +329,16 @@ bool UpcallBroker::is_a(const CMPIObjectPath *op, const char *type, CMPIStatus *
 CMPIInstance *UpcallBroker::new_instance(const CMPIObjectPath *op, CMPIStatus *rc) {
   CMPIInstance *inst = library_factories_->newInstance(&broker_, op, rc);
   if (inst == nullptr || calls_ == nullptr || op == nullptr) return inst;
-  const std::string class_name = text_of(op->ft->getClassName(op, nullptr));
-  const std::vector<PropertyDefault> &defaults = calls_->defaults_of(class_name);
-  if (!defaults.empty()) apply_defaults(inst, defaults);
+  CMPIString *name = op->ft->getClassName(op, nullptr);
+  const char *class_name = name != nullptr && name->hdl != nullptr
+                               ? static_cast<const char *>(name->hdl)
+                               : "";
+  if (defaults_ == nullptr || defaults_class_ != class_name) {
+    defaults_class_ = class_name;
+    defaults_ = &calls_->defaults_of(defaults_class_);
+  }
+  if (name != nullptr) CMRelease(name);
+  if (!defaults_->empty()) apply_defaults(inst, *defaults_);
   return inst;
 }
 

@@ -68,6 +68,11 @@ class UpcallBroker {
   BrokerOwned spare_;  // what is handed out outside a request, released with the worker
   const CMPIContext *ctx_ = nullptr;
   int depth_ = 0;
+  // The defaults of the class whose instance was made last in this request: a provider makes
+  // one instance after another of the same class, and the schema database is not read again
+  // during a request.
+  std::string defaults_class_;
+  const std::vector<PropertyDefault> *defaults_ = nullptr;
 };
 
 }  // namespace hostd
