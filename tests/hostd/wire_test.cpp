@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "frame_guard.h"
 #include "operations.h"
@@ -115,6 +116,41 @@ TEST(FrameGuard, GuardsADocumentWithoutTerminator) {
   EXPECT_EQ(guard_document(&document), 1u);
   EXPECT_EQ(document, "{\"v\":\"CMPI\\u005fEOF\"}");
   EXPECT_EQ(read_member(document), "CMPI_EOF");
+}
+
+// Texts made of pieces of the terminator, underscores and other bytes (the guard looks for
+// underscores first), drawn with a fixed seed: the guard escapes exactly the terminators a
+// plain left-to-right search finds, and undoing the escapes gives the text back.
+TEST(FrameGuard, EscapesExactlyTheTerminatorsAPlainSearchFinds) {
+  const std::vector<std::string> pieces = {"CMPI_EOF", "CMPI_", "_EOF", "CMPI", "EOF", "C",
+                                           "_",        "F",     "x",    "I_E",  ""};
+  unsigned state = 12345;
+  const auto next = [&state](std::size_t below) {
+    state = state * 1103515245u + 12345u;
+    return (state >> 16) % below;
+  };
+  std::size_t found_any = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string text;
+    const std::size_t count = next(7);
+    for (std::size_t i = 0; i < count; ++i) text += pieces[next(pieces.size())];
+    std::size_t expected = 0;
+    for (std::size_t at = text.find("CMPI_EOF"); at != std::string::npos;
+         at = text.find("CMPI_EOF", at + 8)) {
+      ++expected;
+    }
+    found_any += expected;
+    std::string guarded = text;
+    EXPECT_EQ(guard_document(&guarded), expected) << text;
+    EXPECT_EQ(guarded.find("CMPI_EOF"), std::string::npos) << text;
+    std::string undone = guarded;
+    for (std::size_t at = undone.find("\\u005f"); at != std::string::npos;
+         at = undone.find("\\u005f", at + 1)) {
+      undone.replace(at, 6, "_");
+    }
+    EXPECT_EQ(undone, text);
+  }
+  EXPECT_GT(found_any, 1000u);  // the pieces do make terminators, often
 }
 
 TEST(FrameGuard, AFrameWithoutTerminatorIsLeftAlone) {
