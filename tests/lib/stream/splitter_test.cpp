@@ -120,6 +120,37 @@ TEST(Splitter, FrameFedOneByteAtATime) {
   EXPECT_EQ(slot.text(), "{\"Req");
 }
 
+// Frames full of underscores and near-misses of the terminator, cut into two pieces at every
+// byte: each frame is found once, in order, whatever the cut (the splitter looks for the
+// terminator's underscore first).
+TEST(Splitter, UnderscoresAndNearMissesAroundEveryCut) {
+  const std::vector<std::pair<int, std::string>> frames = {
+      {4, frame(set_doc(4, "_CMPI_EO_F__CMPI_ EOF_"))},
+      {5, frame(set_doc(5, "CMPIEOF _EOF CMPI__EOF C_MPI_EOF_"))},
+      {6, frame(set_doc(6, "_"))},
+      {7, frame(set_doc(7))}};
+  std::string stream;
+  for (const auto &f : frames) stream += f.second;
+  for (size_t cut = 0; cut <= stream.size(); ++cut) {
+    // The code of the last frame that ends within the first piece (0: none does).
+    int first_expected = 0;
+    size_t end = 0;
+    for (const auto &f : frames) {
+      end += f.second.size();
+      if (end <= cut) first_expected = f.first;
+    }
+    Slot slot;
+    SetStatus st;
+    std::vector<int> codes;
+    for (const std::string &piece : {stream.substr(0, cut), stream.substr(cut)}) {
+      CMUtilSETStringTokenize(piece.c_str(), &slot, &st.status);
+      codes.push_back(st.code());
+    }
+    EXPECT_EQ(codes, (std::vector<int>{first_expected, 7})) << cut;
+    EXPECT_EQ(slot.text(), "<NULL>") << cut;  // nothing left over
+  }
+}
+
 // ---- several frames, empty frames, empty pieces ---------------------------------------------------
 
 // Edge case: several complete frames in one piece are delivered in order within one call.
