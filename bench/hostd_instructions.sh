@@ -1,15 +1,18 @@
 #!/usr/bin/env bash
-# bench/hostd_instructions.sh - what cmpi-hostd's processes execute per request and per
-# enumerated instance, in instructions, not seconds.
+# bench/hostd_instructions.sh - what cmpi-hostd's processes, and the library's client side,
+# execute per request and per enumerated instance, in instructions, not seconds.
 #
 #   bench/hostd_instructions.sh [BUILD_DIR [HOSTD_BINARY]]
 #
 # Runs BUILD_DIR/bench/item_bench twice with the daemon (HOSTD_BINARY, default BUILD_DIR's
 # cmpi-hostd) under valgrind's callgrind, which follows the worker the front forks:
 #   Item/GetInstance/          the worker's and the front's instructions per request;
-#   Item/EnumerateDaemonOnly/10000/  the worker's instructions per enumerated Bench_Item.
+#   Item/EnumerateDaemonOnly/10000/  the worker's instructions per enumerated Bench_Item;
+# and the client alone under callgrind (Item/EnumerateClientOnly/10000/: the tokenizer and
+# decoding of the same frames, served by a canned server), its instructions per instance.
 # Requests and instances are counted from the calls callgrind saw (RequestService::serve,
-# StreamingResult::stream), so start-up is included once and spread thin. Instruction counts do
+# StreamingResult::stream; the client's instances as 10,000 per enumeration it made), so
+# start-up is included once and spread thin. Instruction counts do
 # not depend on what else the machine runs, so two builds compare fairly on a shared machine
 # where the timings move by 20% and more; they do not see system calls, wake-ups, cache misses
 # or memory stalls, which the timings do. Takes about two minutes.
@@ -79,3 +82,10 @@ split_files enum
 instances=$(calls "$worker" 'StreamingResult::stream\(')
 printf '| worker (EnumerateInstances, per instance) | %s | %s | %s |\n' "$(total "$worker")" \
   "$instances" "$(per "$(total "$worker")" "$instances")"
+
+valgrind --tool=callgrind --callgrind-out-file="$work/client" "$bench" \
+  --benchmark_filter='^Item/EnumerateClientOnly/10000/' >"$work/client.log" 2>&1
+enumerations=$(calls "$work/client" 'bench::enumerate\(')
+client_instances=$((enumerations * 10000))
+printf '| client library (EnumerateInstances, per instance) | %s | %s | %s |\n' \
+  "$(total "$work/client")" "$client_instances" "$(per "$(total "$work/client")" "$client_instances")"

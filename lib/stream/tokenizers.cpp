@@ -1,4 +1,5 @@
 // The six stream tokenizers: one frame splitter (frame_splitter.h), six delivery steps.
+#include <cmpiinterface.h>
 #include <cmpimacs.h>
 #include <cmpiutility/stream.h>
 
@@ -225,9 +226,20 @@ extern "C" CMPIStatus CMUtilEnumStringTokenize(const char *piece, CMPIArray *arr
       return Delivery::kKeepFrame;
     }
     CMPIU_TRACE(" Response Type %d", record->type);
-    // The array takes a copy of the object; the record's own goes with the record.
+    // The array takes the record's own object where the object library can hand it over
+    // (then the record lets go of it); otherwise a copy, and the record's own goes with the
+    // record. Either way the array ends up with the same object.
     if (array != nullptr) {
-      status = CMSetArrayElementAt(array, next, &value, type);
+      status = cmpiArrayTakeElementAt(array, next, &value, type);
+      if (status.rc == CMPI_RC_ERR_NOT_SUPPORTED) {
+        status = CMSetArrayElementAt(array, next, &value, type);
+      } else if (status.rc == CMPI_RC_OK) {
+        if (type == CMPI_ref) {
+          record->objectPath = nullptr;
+        } else {
+          record->instance = nullptr;
+        }
+      }
     } else {
       status = kOk;
       set_status_code(&status, CMPI_RC_ERR_INVALID_HANDLE);

@@ -143,6 +143,16 @@ CMPIrc cmpiPeekPropertyAt(const CMPIInstance *inst, CMPICount index, const char 
  * CMPI_RC_ERR_NO_SUCH_PROPERTY for an index past the end. */
 CMPIrc cmpiPeekArrayElementAt(const CMPIArray *ar, CMPICount index, CMPIData *data);
 
+/* setElementAt without the copy: the instance (CMPI_instance) or object path (CMPI_ref) that
+ * value points at goes into element index of the array itself, and the array owns it from
+ * then on, as if setElementAt had stored a copy and the caller had released the original. The
+ * same checks and status as setElementAt. On CMPI_RC_OK the caller must neither use nor
+ * release the object any more; on any other status it still owns it.
+ * CMPI_RC_ERR_NOT_SUPPORTED when the array or the object was not made by this library, or the
+ * type is neither of the two (use setElementAt and release the object). */
+CMPIStatus cmpiArrayTakeElementAt(CMPIArray *ar, CMPICount index, CMPIValue *value,
+                                  CMPIType type);
+
 /* 1 when inst is an instance made by this library, else 0 (also for NULL). Such an instance's
  * clone is a deep copy that shares no state of this library with the original, so the clone may
  * be read and released on another thread while the original is changed. */

@@ -131,8 +131,12 @@ CMPIData array_get_element_at(const CMPIArray *ar, CMPICount index, CMPIStatus *
   return cmpi::copy_out(impl->elements[index]);
 }
 
-CMPIStatus array_set_element_at(CMPIArray *ar, CMPICount index, const CMPIValue *value,
-                                CMPIType type) {
+// setElementAt, the stored datum made by store: a copy of the value (copy_in), or the value
+// itself taken over (take_over).
+enum class Store { kCopy, kTakeOver };
+
+CMPIStatus put_element(CMPIArray *ar, CMPICount index, const CMPIValue *value, CMPIType type,
+                       Store store) {
   ArrayImpl *impl = impl_of(ar);
   if (impl == nullptr) {
     return cmpi::make_status(CMPI_RC_ERR_INVALID_HANDLE);
@@ -154,9 +158,16 @@ CMPIStatus array_set_element_at(CMPIArray *ar, CMPICount index, const CMPIValue 
   }
   CMPIData element = cmpi::null_data(element_type);
   if (type != CMPI_null && value != nullptr) {
-    const CMPIrc rc = cmpi::copy_in(value, type, &element);
-    if (rc != CMPI_RC_OK) {
-      return cmpi::make_status(rc);
+    if (store == Store::kTakeOver) {
+      // Only objects are taken over (cmpiArrayTakeElementAt checks): their one pointer is the
+      // value, and a NULL one is a null element.
+      element.value = *value;
+      if (value->inst != nullptr) element.state = CMPI_goodValue;
+    } else {
+      const CMPIrc rc = cmpi::copy_in(value, type, &element);
+      if (rc != CMPI_RC_OK) {
+        return cmpi::make_status(rc);
+      }
     }
   }
   element.type = element_type;
@@ -164,7 +175,8 @@ CMPIStatus array_set_element_at(CMPIArray *ar, CMPICount index, const CMPIValue 
     try {
       impl->elements.push_back(element);
     } catch (const std::bad_alloc &) {
-      cmpi::release_data(&element);
+      // A value taken over stays the caller's when the call fails.
+      if (store == Store::kCopy) cmpi::release_data(&element);
       return cmpi::make_status(CMPI_RC_ERR_FAILED);
     }
   } else {
@@ -178,6 +190,11 @@ CMPIStatus array_set_element_at(CMPIArray *ar, CMPICount index, const CMPIValue 
     }
   }
   return cmpi::make_status(CMPI_RC_OK);
+}
+
+CMPIStatus array_set_element_at(CMPIArray *ar, CMPICount index, const CMPIValue *value,
+                                CMPIType type) {
+  return put_element(ar, index, value, type, Store::kCopy);
 }
 
 CMPIArrayFT array_ft = {
@@ -200,6 +217,22 @@ namespace cmpi {
 const CMPIArrayFT *array_table() { return &array_ft; }
 
 }  // namespace cmpi
+
+extern "C" CMPIStatus cmpiArrayTakeElementAt(CMPIArray *ar, CMPICount index, CMPIValue *value,
+                                             CMPIType type) {
+  const bool ours_array = cmpi::our_impl<ArrayImpl>(ar, cmpi::array_table()) != nullptr;
+  bool ours_object = false;
+  if (value != nullptr && type == CMPI_instance) {
+    ours_object = cmpiIsOwnInstance(value->inst) != 0;
+  } else if (value != nullptr && type == CMPI_ref) {
+    ours_object = value->ref != nullptr && value->ref->hdl != nullptr &&
+                  value->ref->ft == cmpi::object_path_table();
+  }
+  if (!ours_array || !ours_object) {
+    return cmpi::make_status(CMPI_RC_ERR_NOT_SUPPORTED);
+  }
+  return put_element(ar, index, value, type, Store::kTakeOver);
+}
 
 extern "C" CMPIrc cmpiPeekArrayElementAt(const CMPIArray *ar, CMPICount index, CMPIData *data) {
   const ArrayImpl *impl = cmpi::our_impl<ArrayImpl>(ar, cmpi::array_table());

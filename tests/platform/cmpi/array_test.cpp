@@ -631,4 +631,79 @@ TEST(ArrayPeek, AnElementLookReadsOursInPlaceAndAnyOtherThroughItsGetter) {
   a->ft->release(a);
 }
 
+// ---- objects handed over -----------------------------------------------------------------------
+
+CMPIInstance *new_instance() {
+  CMPIObjectPath *path = makeNewObjectPath("root", "Test_Thing", nullptr);
+  CMPIInstance *inst = makeNewCMPIInstance(path, nullptr);
+  path->ft->release(path);
+  return inst;
+}
+
+TEST(ArrayTake, AnInstanceOrPathOfOursGoesInItselfAndTheArrayOwnsIt) {
+  CMPIArray *instances = makeNewCMPIArray(0, CMPI_instance, nullptr);
+  CMPIValue v;
+  v.inst = new_instance();
+  const CMPIUint8 mark = 7;
+  ASSERT_EQ(v.inst->ft->setProperty(v.inst, "Mark", reinterpret_cast<const CMPIValue *>(&mark),
+                                    CMPI_uint8).rc, CMPI_RC_OK);
+  CMPIInstance *given = v.inst;
+  EXPECT_EQ(cmpiArrayTakeElementAt(instances, 0, &v, CMPI_instance).rc, CMPI_RC_OK);
+  CMPIData stored = {};
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(instances, 0, &stored));
+  EXPECT_EQ(stored.value.inst, given);  // no copy
+  EXPECT_EQ(val(stored.state), val(CMPI_goodValue));
+  EXPECT_EQ(val(stored.type), val(CMPI_instance));
+  // A getter still hands out a copy, with the same property.
+  CMPIData copy = instances->ft->getElementAt(instances, 0, nullptr);
+  EXPECT_NE(copy.value.inst, given);
+  EXPECT_EQ(copy.value.inst->ft->getProperty(copy.value.inst, "Mark", nullptr).value.uint8, 7);
+  release_data(&copy);
+  instances->ft->release(instances);  // releases the instance handed over (the leak check sees)
+
+  CMPIArray *paths = makeNewCMPIArray(0, CMPI_null, nullptr);  // untyped: takes the type
+  CMPIValue p;
+  p.ref = makeNewObjectPath("root", "Test_Thing", nullptr);
+  EXPECT_EQ(cmpiArrayTakeElementAt(paths, 0, &p, CMPI_ref).rc, CMPI_RC_OK);
+  EXPECT_EQ(val(paths->ft->getSimpleType(paths, nullptr)), val(CMPI_ref));
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(paths, 0, &stored));
+  EXPECT_EQ(stored.value.ref, p.ref);
+  paths->ft->release(paths);
+}
+
+TEST(ArrayTake, RefusedCallsLeaveTheObjectWithTheCaller) {
+  CMPIArray *numbers = makeNewCMPIArray(0, CMPI_uint8, nullptr);
+  CMPIArray *instances = makeNewCMPIArray(1, CMPI_instance, nullptr);
+  CMPIValue v;
+  v.inst = new_instance();
+  // The checks of setElementAt: a type of another family, an index past the end.
+  EXPECT_EQ(cmpiArrayTakeElementAt(numbers, 0, &v, CMPI_instance).rc, CMPI_RC_ERR_TYPE_MISMATCH);
+  EXPECT_EQ(cmpiArrayTakeElementAt(instances, 2, &v, CMPI_instance).rc,
+            CMPI_RC_ERR_NO_SUCH_PROPERTY);
+  // Not handed over: another library's array or instance, a type that is no object.
+  CMPIArrayFT other_array_table = *instances->ft;
+  CMPIArray other_array = {instances->hdl, &other_array_table};
+  EXPECT_EQ(cmpiArrayTakeElementAt(&other_array, 0, &v, CMPI_instance).rc,
+            CMPI_RC_ERR_NOT_SUPPORTED);
+  CMPIInstanceFT other_instance_table = *v.inst->ft;
+  CMPIInstance other_instance = {v.inst->hdl, &other_instance_table};
+  CMPIValue other;
+  other.inst = &other_instance;
+  EXPECT_EQ(cmpiArrayTakeElementAt(instances, 0, &other, CMPI_instance).rc,
+            CMPI_RC_ERR_NOT_SUPPORTED);
+  CMPIValue text;
+  text.string = CreateString("x", nullptr);
+  EXPECT_EQ(cmpiArrayTakeElementAt(instances, 0, &text, CMPI_string).rc,
+            CMPI_RC_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(cmpiArrayTakeElementAt(nullptr, 0, &v, CMPI_instance).rc, CMPI_RC_ERR_NOT_SUPPORTED);
+  // Element 0 is still the null it was made with; the caller still owns what it gave.
+  CMPIData stored = {};
+  ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(instances, 0, &stored));
+  EXPECT_NE(stored.state & CMPI_nullValue, 0);
+  text.string->ft->release(text.string);
+  v.inst->ft->release(v.inst);
+  numbers->ft->release(numbers);
+  instances->ft->release(instances);
+}
+
 }  // namespace
