@@ -110,8 +110,17 @@ extern "C" CMPIStatus CMUtilGETStringTokenize(const char *piece, CMPIInstance **
   CMPIStatus status = kOk;
   ResultWriter<CMPIInstance> writer(result);
   auto step = [&](ServerResp *record) {
-    // The clone reports into the returned status.
+    // The clone reports into the returned status. The record's own instance, made by the
+    // object library, is handed over instead of cloned (the record lets go of it): the caller
+    // gets the same instance and the same status either way.
     return deliver_get(wording.operation, record, status, writer, [&](ServerResp *r) {
+      if (r->instance != nullptr && cmpiIsOwnInstance(r->instance)) {
+        CMPIInstance *own = r->instance;
+        r->instance = nullptr;
+        status.rc = CMPI_RC_OK;
+        status.msg = nullptr;
+        return own;
+      }
       return (r->instance != nullptr) ? CMClone(r->instance, &status) : nullptr;
     });
   };
