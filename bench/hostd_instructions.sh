@@ -8,8 +8,11 @@
 # cmpi-hostd) under valgrind's callgrind, which follows the worker the front forks:
 #   Item/GetInstance/          the worker's and the front's instructions per request;
 #   Item/EnumerateDaemonOnly/10000/  the worker's instructions per enumerated Bench_Item;
-# and the client alone under callgrind (Item/EnumerateClientOnly/10000/: the tokenizer and
-# decoding of the same frames, served by a canned server), its instructions per instance.
+# and the benchmark's client under callgrind (the daemon then runs as it is): for
+# Item/GetInstance/ its instructions per request (connecting, the request's encoding, the get
+# tokenizer and decoding, the benchmark's own timing), for Item/EnumerateClientOnly/10000/
+# (the tokenizer and decoding of the daemon's frames, served by a canned server in the same
+# process) per instance.
 # Requests and instances are counted from the calls callgrind saw (RequestService::serve,
 # StreamingResult::stream; the client's instances as 10,000 per enumeration it made), so
 # start-up is included once and spread thin. Instruction counts do
@@ -82,6 +85,12 @@ split_files enum
 instances=$(calls "$worker" 'StreamingResult::stream\(')
 printf '| worker (EnumerateInstances, per instance) | %s | %s | %s |\n' "$(total "$worker")" \
   "$instances" "$(per "$(total "$worker")" "$instances")"
+
+valgrind --tool=callgrind --callgrind-out-file="$work/client-get" "$bench" \
+  --benchmark_filter='^Item/GetInstance/' >"$work/client-get.log" 2>&1
+gets=$(calls "$work/client-get" 'bench::get_instance\(')
+printf '| client library (GetInstance, per request) | %s | %s | %s |\n' \
+  "$(total "$work/client-get")" "$gets" "$(per "$(total "$work/client-get")" "$gets")"
 
 valgrind --tool=callgrind --callgrind-out-file="$work/client" "$bench" \
   --benchmark_filter='^Item/EnumerateClientOnly/10000/' >"$work/client.log" 2>&1
