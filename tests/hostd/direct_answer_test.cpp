@@ -265,7 +265,7 @@ TEST(DirectAnswer, TheFrontSendsNothingWhileTheWorkerHoldsTheLock) {
 TEST_F(DirectAnswering, ManyFramesInQuickSuccessionAreAllDeliveredOnceInOrder) {
   const std::string one = frame(std::string(1000, 'a'));
   for (int i = 0; i < 15; ++i) ASSERT_TRUE(answer.send(one));
-  // 15,000 bytes placed within a millisecond stay below the 16 KiB that force a send, so they
+  // 15,000 bytes placed within a millisecond stay below the 64 KiB that force a send, so they
   // may all still wait in the window; the machine may be slower than that, so only the sum is
   // certain.
   std::string received = read_now(client.fd[0]);

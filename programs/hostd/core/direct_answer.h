@@ -36,7 +36,7 @@
 namespace hostd {
 
 inline constexpr long long kSendAfterMs = 1;
-inline constexpr std::size_t kSendAtBytes = 16u << 10;
+inline constexpr std::size_t kSendAtBytes = 64u << 10;
 // After an answer that used more of the window than this, the rest of its pages are given back.
 inline constexpr std::size_t kWindowKept = 64u << 10;
 
