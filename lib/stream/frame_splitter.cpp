@@ -28,12 +28,14 @@ const char *find_terminator(const char *text, size_t from, size_t length) {
     const void *underscore =
         memchr(text + first, '_', length - (kTerminatorLength - kUnderscoreAt) + 1 - first);
     if (underscore == nullptr) return nullptr;
-    const size_t pos = static_cast<size_t>(static_cast<const char *>(underscore) - text) - kUnderscoreAt;
+    const size_t pos =
+        static_cast<size_t>(static_cast<const char *>(underscore) - text) - kUnderscoreAt;
     if (memcmp(text + pos, kTerminator, kTerminatorLength) == 0) return text + pos;
     at = pos + 1;
   }
   return nullptr;
 }
+
 constexpr char kErrorToken[] = "CMPIERROR";
 constexpr char kCompletionToken[] = "CMPIOPERATION_COMPLETE";
 // The error code stands behind the token and one separator byte of any value.

@@ -63,7 +63,9 @@ class ElementLook {
     owned_ = true;
   }
   ~ElementLook() {
-    if (owned_ && (data_.state & CMPI_nullValue) == 0) cmpiReleaseCMPIValue(data_.type, &data_.value);
+    if (owned_ && (data_.state & CMPI_nullValue) == 0) {
+      cmpiReleaseCMPIValue(data_.type, &data_.value);
+    }
   }
   ElementLook(const ElementLook &) = delete;
   ElementLook &operator=(const ElementLook &) = delete;
