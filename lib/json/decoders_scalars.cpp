@@ -124,12 +124,6 @@ bool integer_value(CMPIType type, Json::UInt64 number, CMPIValue *value, Integer
   }
 }
 
-bool is_integer_type(CMPIType type) {
-  CMPIValue value = zero_value();
-  IntegerSite site = {0, 0, 0};
-  return integer_value(type, 0, &value, &site);
-}
-
 
 // A new instance of the class and namespace of an embedded-instance object (no status is asked
 // for). NULL when either factory gives nothing.

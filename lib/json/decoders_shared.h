@@ -16,6 +16,7 @@
 #include <json/json.h>
 
 #include "json/frame_view.h"
+#include "json/type_codes.h"
 
 namespace json_decoding {
 
@@ -75,7 +76,7 @@ struct IntegerSite {
 bool integer_value(CMPIType type, Json::UInt64 number, CMPIValue *value, IntegerSite *site);
 
 // True for the eight integer codes.
-bool is_integer_type(CMPIType type);
+using cmpiutility::is_integer_type;
 
 // A new instance of the class and namespace of an embedded-instance object (no status is asked
 // for). NULL when either factory gives nothing.

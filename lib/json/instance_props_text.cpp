@@ -16,6 +16,7 @@
 #include "json/key_stream.h"
 #include "json/reference_keys.h"
 #include "json/scalar_text.h"
+#include "json/type_codes.h"
 #include "log/log.h"
 
 namespace cmpiutility {
@@ -189,7 +190,7 @@ unsigned int append_array_value(CMPIArray *array, std::string *out) {
         CMPIU_ERROR_AT(kArray, 403, "'value2Chars failed' ");
         return 1;
       }
-      if (is_integer_code(type)) {
+      if (is_integer_type(type)) {
         open_entry();
         compact::append_unsigned(static_cast<unsigned long long>(text.read_back()), out);
       } else if ((type & CMPI_INTEGER) != 0) {
@@ -375,7 +376,7 @@ PropsOutcome append_instance_props(CMPIInstance *instance, std::string *out) {
       } else {
         const ScalarText text(type, value);
         CMPIU_TRACE("'%s' valuestr = %s", kProps, text.get() != nullptr ? text.get() : "(null)");
-        if (is_integer_code(type)) {
+        if (is_integer_type(type)) {
           out->append(",\"Value\":");
           compact::append_unsigned(static_cast<unsigned long long>(text.read_back()), out);
         } else {

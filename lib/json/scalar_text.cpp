@@ -18,22 +18,6 @@ const char *string_text(const CMPIString *s) {
 
 }  // namespace
 
-bool is_integer_code(CMPIType type) {
-  switch (type) {
-    case CMPI_uint8:
-    case CMPI_uint16:
-    case CMPI_uint32:
-    case CMPI_uint64:
-    case CMPI_sint8:
-    case CMPI_sint16:
-    case CMPI_sint32:
-    case CMPI_sint64:
-      return true;
-    default:
-      return false;
-  }
-}
-
 ScalarText::ScalarText(CMPIType type, const CMPIValue &value) {
   // The number as value2Chars widens it before writing it.
   unsigned long long unsigned_number = 0;

@@ -21,9 +21,6 @@
 
 namespace cmpiutility {
 
-// True for the eight integer type codes.
-bool is_integer_code(CMPIType type);
-
 class ScalarText {
  public:
   ScalarText(CMPIType type, const CMPIValue &value);

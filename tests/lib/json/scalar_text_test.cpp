@@ -13,9 +13,11 @@
 #include <string>
 #include <vector>
 
+#include "json/type_codes.h"
+
 namespace {
 
-using cmpiutility::is_integer_code;
+using cmpiutility::is_integer_type;
 using cmpiutility::ScalarText;
 
 // value2Chars' text, "<nullptr>" when it gives none.
@@ -88,12 +90,12 @@ TEST(ScalarText, AUint64BeyondTheLargestSint64ReadsBackAsThatLargestValue) {
 TEST(ScalarText, OnlyTheEightIntegerCodesAreIntegers) {
   for (CMPIType type : {CMPI_uint8, CMPI_uint16, CMPI_uint32, CMPI_uint64, CMPI_sint8,
                         CMPI_sint16, CMPI_sint32, CMPI_sint64}) {
-    EXPECT_TRUE(is_integer_code(type)) << type;
+    EXPECT_TRUE(is_integer_type(type)) << type;
   }
   // The numeric-string code shares the integer bits and is still a text.
   for (CMPIType type : {CMPI_boolean, CMPI_char16, CMPI_real32, CMPI_real64, CMPI_string,
                         CMPI_numericString, CMPI_chars, CMPI_uint8A, CMPI_null}) {
-    EXPECT_FALSE(is_integer_code(type)) << type;
+    EXPECT_FALSE(is_integer_type(type)) << type;
   }
 }
 
