@@ -651,13 +651,14 @@ TEST(ArrayTake, AnInstanceOrPathOfOursGoesInItselfAndTheArrayOwnsIt) {
   EXPECT_EQ(cmpiArrayTakeElementAt(instances, 0, &v, CMPI_instance).rc, CMPI_RC_OK);
   CMPIData stored = {};
   ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(instances, 0, &stored));
-  EXPECT_EQ(stored.value.inst, given);  // no copy
+  EXPECT_EQ(val(stored.value.inst), given);  // no copy
   EXPECT_EQ(val(stored.state), val(CMPI_goodValue));
   EXPECT_EQ(val(stored.type), val(CMPI_instance));
   // A getter still hands out a copy, with the same property.
   CMPIData copy = instances->ft->getElementAt(instances, 0, nullptr);
-  EXPECT_NE(copy.value.inst, given);
-  EXPECT_EQ(copy.value.inst->ft->getProperty(copy.value.inst, "Mark", nullptr).value.uint8, 7);
+  EXPECT_NE(val(copy.value.inst), given);
+  EXPECT_EQ(val(copy.value.inst->ft->getProperty(copy.value.inst, "Mark", nullptr).value.uint8),
+            7);
   release_data(&copy);
   instances->ft->release(instances);  // releases the instance handed over (the leak check sees)
 
@@ -667,7 +668,7 @@ TEST(ArrayTake, AnInstanceOrPathOfOursGoesInItselfAndTheArrayOwnsIt) {
   EXPECT_EQ(cmpiArrayTakeElementAt(paths, 0, &p, CMPI_ref).rc, CMPI_RC_OK);
   EXPECT_EQ(val(paths->ft->getSimpleType(paths, nullptr)), val(CMPI_ref));
   ASSERT_EQ(CMPI_RC_OK, +cmpiPeekArrayElementAt(paths, 0, &stored));
-  EXPECT_EQ(stored.value.ref, p.ref);
+  EXPECT_EQ(val(stored.value.ref), val(p.ref));
   paths->ft->release(paths);
 }
 
