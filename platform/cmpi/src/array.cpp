@@ -131,8 +131,8 @@ CMPIData array_get_element_at(const CMPIArray *ar, CMPICount index, CMPIStatus *
   return cmpi::copy_out(impl->elements[index]);
 }
 
-// setElementAt, the stored datum made by store: a copy of the value (copy_in), or the value
-// itself taken over (take_over).
+// setElementAt, with the stored datum made as store says: a copy of the value (kCopy, through
+// copy_in), or the value itself taken over (kTakeOver, for cmpiArrayTakeElementAt).
 enum class Store { kCopy, kTakeOver };
 
 CMPIStatus put_element(CMPIArray *ar, CMPICount index, const CMPIValue *value, CMPIType type,
