@@ -186,14 +186,17 @@ unsigned int append_array_value(CMPIArray *array, std::string *out) {
     const CMPIValue value = element.value;
     if (type != CMPI_instance) {
       const ScalarText text(type, value);
+      if (is_integer_type(type)) {
+        // An integer always has its text, and only the number is written.
+        open_entry();
+        compact::append_unsigned(static_cast<unsigned long long>(text.read_back()), out);
+        continue;
+      }
       if (text.get() == nullptr) {
         CMPIU_ERROR_AT(kArray, 403, "'value2Chars failed' ");
         return 1;
       }
-      if (is_integer_type(type)) {
-        open_entry();
-        compact::append_unsigned(static_cast<unsigned long long>(text.read_back()), out);
-      } else if ((type & CMPI_INTEGER) != 0) {
+      if ((type & CMPI_INTEGER) != 0) {
         open_entry();
         compact::append_unsigned(static_cast<unsigned long long>(strtoll(text.get(), nullptr, 10)),
                                  out);

@@ -20,36 +20,34 @@ const char *string_text(const CMPIString *s) {
 
 ScalarText::ScalarText(CMPIType type, const CMPIValue &value) {
   // The number as value2Chars widens it before writing it.
-  unsigned long long unsigned_number = 0;
-  bool is_unsigned = true;
   switch (type) {
     case CMPI_uint8:
-      unsigned_number = value.uint8;
+      unsigned_number_ = value.uint8;
+      unsigned_ = true;
       break;
     case CMPI_uint16:
-      unsigned_number = value.uint16;
+      unsigned_number_ = value.uint16;
+      unsigned_ = true;
       break;
     case CMPI_uint32:
-      unsigned_number = value.uint32;
+      unsigned_number_ = value.uint32;
+      unsigned_ = true;
       break;
     case CMPI_uint64:
-      unsigned_number = value.uint64;
+      unsigned_number_ = value.uint64;
+      unsigned_ = true;
       break;
     case CMPI_sint8:
       number_ = value.sint8;
-      is_unsigned = false;
       break;
     case CMPI_sint16:
       number_ = value.sint16;
-      is_unsigned = false;
       break;
     case CMPI_sint32:
       number_ = value.sint32;
-      is_unsigned = false;
       break;
     case CMPI_sint64:
       number_ = value.sint64;
-      is_unsigned = false;
       break;
     case CMPI_boolean:
       text_ = value.boolean ? "true" : "false";
@@ -68,18 +66,25 @@ ScalarText::ScalarText(CMPIType type, const CMPIValue &value) {
       text_ = owned_;
       return;
   }
-  // buffer_ holds the longest decimal of 64 bits with its sign and NUL.
-  const std::to_chars_result written =
-      is_unsigned ? std::to_chars(buffer_, buffer_ + sizeof(buffer_) - 1, unsigned_number)
-                  : std::to_chars(buffer_, buffer_ + sizeof(buffer_) - 1, number_);
-  *written.ptr = '\0';
-  text_ = buffer_;
-  if (is_unsigned) {
+  integer_ = true;
+  if (unsigned_) {
     // strtoll stops at the largest sint64.
-    number_ = unsigned_number > static_cast<unsigned long long>(LLONG_MAX)
+    number_ = unsigned_number_ > static_cast<unsigned long long>(LLONG_MAX)
                   ? LLONG_MAX
-                  : static_cast<long long>(unsigned_number);
+                  : static_cast<long long>(unsigned_number_);
   }
+}
+
+const char *ScalarText::get() const {
+  if (integer_ && text_ == nullptr) {
+    // buffer_ holds the longest decimal of 64 bits with its sign and NUL.
+    const std::to_chars_result written =
+        unsigned_ ? std::to_chars(buffer_, buffer_ + sizeof(buffer_) - 1, unsigned_number_)
+                  : std::to_chars(buffer_, buffer_ + sizeof(buffer_) - 1, number_);
+    *written.ptr = '\0';
+    text_ = buffer_;
+  }
+  return text_;
 }
 
 ScalarText::~ScalarText() { std::free(owned_); }

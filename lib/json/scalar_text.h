@@ -5,7 +5,8 @@
 // and, for integers, reads the number back with strtoll. value2Chars returns a fresh copy each
 // time, which was a good share of an enumerated instance's cost. ScalarText gives the same text:
 //  - integers: written here in decimal, exactly as value2Chars writes them ("%u"/"%d" of the
-//    widened value, "%llu"/"%lld" for 64 bits), into a buffer of its own;
+//    widened value, "%llu"/"%lld" for 64 bits), into a buffer of its own, and only when get()
+//    is first asked (the writer needs an integer's text for its trace line alone);
 //  - booleans: "true" or "false";
 //  - strings (CMPI_string and its boolean, numeric and date-time forms) and CMPI_chars: the
 //    text the value holds, borrowed; nullptr where value2Chars gives nullptr (a missing or
@@ -28,16 +29,20 @@ class ScalarText {
   ScalarText(const ScalarText &) = delete;
   ScalarText &operator=(const ScalarText &) = delete;
 
-  // The text, or nullptr as value2Chars would return it. Valid while this object lives.
-  const char *get() const { return text_; }
+  // The text, or nullptr as value2Chars would return it (never for an integer). Valid while
+  // this object lives.
+  const char *get() const;
   // For an integer type code: the number strtoll reads from get().
   long long read_back() const { return number_; }
 
  private:
-  char buffer_[24];
+  mutable char buffer_[24];
+  mutable const char *text_ = nullptr;
   char *owned_ = nullptr;
-  const char *text_ = nullptr;
   long long number_ = 0;
+  unsigned long long unsigned_number_ = 0;
+  bool integer_ = false;
+  bool unsigned_ = false;
 };
 
 }  // namespace cmpiutility

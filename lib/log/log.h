@@ -40,9 +40,14 @@ class ScopedTrace {
 // fmt at the given level and module.
 #define CMPIU_LOG(level, module, fmt, ...) dlog_printf((level), (module), fmt, ##__VA_ARGS__)
 
-// fmt at level 4, module 230.
-#define CMPIU_TRACE(fmt, ...) \
-  CMPIU_LOG(::cmpiutility::kLogLevelTrace, ::cmpiutility::kLogModule, fmt, ##__VA_ARGS__)
+// fmt at level 4, module 230. The arguments are worked out only when the line can be seen
+// (written or passed to a sink): with tracing off they cost nothing.
+#define CMPIU_TRACE(fmt, ...)                                                                 \
+  do {                                                                                      \
+    if (dlog_may_emit(::cmpiutility::kLogLevelTrace) != 0) {                                \
+      CMPIU_LOG(::cmpiutility::kLogLevelTrace, ::cmpiutility::kLogModule, fmt, ##__VA_ARGS__); \
+    }                                                                                       \
+  } while (0)
 
 // fmt at level 2, module 230.
 #define CMPIU_ERROR(fmt, ...) \

@@ -232,6 +232,8 @@ void dlog_printf(int level, int module, const char *format, ...) {
   va_end(args);
 }
 
+int dlog_may_emit(int level) { return level <= g_gate.load(std::memory_order_relaxed) ? 1 : 0; }
+
 void dlog_set_sink(dlog_sink_fn sink, void *context) {
   Lock lock;
   g_sink = sink;

@@ -54,6 +54,13 @@ DLOG_API void dlog_set_sink(dlog_sink_fn sink, void *context);
 /* Re-reads DLOG_LEVEL and DLOG_OUTPUT, closing the previous file or syslog connection. */
 DLOG_API void dlog_reload(void);
 
+/*
+ * 0 when a line of this level would be neither written nor passed to a sink, so that a caller
+ * may skip working out its arguments; otherwise 1 (also before the settings are first read).
+ * The same single relaxed atomic load dlog_printf makes first.
+ */
+DLOG_API int dlog_may_emit(int level);
+
 /* The threshold in effect. */
 DLOG_API int dlog_threshold(void);
 

@@ -30,7 +30,12 @@ constexpr int kLogTrace = 4;
   dlog_printf(::hostd::kLogWarning, ::hostd::kLogModule, fmt, ##__VA_ARGS__)
 #define HOSTD_NOTICE(fmt, ...) \
   dlog_printf(::hostd::kLogNotice, ::hostd::kLogModule, fmt, ##__VA_ARGS__)
-#define HOSTD_TRACE(fmt, ...) \
-  dlog_printf(::hostd::kLogTrace, ::hostd::kLogModule, fmt, ##__VA_ARGS__)
+// The arguments are worked out only when the line can be seen (some are system calls).
+#define HOSTD_TRACE(fmt, ...)                                                     \
+  do {                                                                          \
+    if (dlog_may_emit(::hostd::kLogTrace) != 0) {                               \
+      dlog_printf(::hostd::kLogTrace, ::hostd::kLogModule, fmt, ##__VA_ARGS__); \
+    }                                                                           \
+  } while (0)
 
 #endif  // CMPI_HOSTD_LOG_H

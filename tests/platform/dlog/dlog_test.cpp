@@ -211,6 +211,24 @@ class DlogTest : public ::testing::Test {
 
 TEST_F(DlogTest, ThresholdDefaultsToTwo) { EXPECT_EQ(dlog_threshold(), 2); }
 
+TEST_F(DlogTest, MayEmitFollowsTheThresholdAndAnySink) {
+  EXPECT_EQ(dlog_may_emit(2), 1);
+  EXPECT_EQ(dlog_may_emit(4), 0);  // a trace line at the default threshold goes nowhere
+  std::vector<std::string> seen;
+  dlog_set_sink(
+      [](void *context, int, int, const char *text) {
+        static_cast<std::vector<std::string> *>(context)->push_back(text);
+      },
+      &seen);
+  EXPECT_EQ(dlog_may_emit(4), 1);  // a sink sees every line
+  dlog_set_sink(nullptr, nullptr);
+  EXPECT_EQ(dlog_may_emit(4), 0);
+  setenv("DLOG_LEVEL", "4", 1);
+  dlog_reload();
+  EXPECT_EQ(dlog_may_emit(4), 1);
+  EXPECT_EQ(dlog_may_emit(5), 0);
+}
+
 TEST_F(DlogTest, ThresholdComesFromDlogLevel) {
   const std::pair<const char *, int> cases[] = {{"4", 4}, {"0", 0}, {" 3 ", 3}, {"-1", -1}};
   for (const auto &[value, expected] : cases) {
